@@ -1,0 +1,26 @@
+#include "core/user_folder.h"
+
+#include "core/account_sid.h"
+#include "core/logon_input.h"
+#include "platform/paths.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+
+namespace korvex {
+
+QString userFolderName(const QString& sid)
+{
+    if (sid.isEmpty())
+        return QStringLiteral("unknown_user");
+    const QByteArray digest = QCryptographicHash::hash(sid.toUtf8(), QCryptographicHash::Sha256);
+    return QString::fromLatin1(digest.toHex().left(7));
+}
+
+QString userStorageDirectory()
+{
+    const QString cache = platform::dataRoot() + QDir::separator() + QStringLiteral("Cache");
+    return cache + QDir::separator() + userFolderName(sidOf(logonInput().user));
+}
+
+} // namespace korvex
