@@ -1,0 +1,328 @@
+#include "context/identity.h"
+
+#include "api/verdict.h"
+#include "core/account_sid.h"
+#include "core/log.h"
+#include "core/settings.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <algorithm>
+#include <future>
+#include <utility>
+
+namespace korvex {
+
+namespace {
+
+constexpr char kNoDirectory[] =
+    "[GetUPN] Active Directory has not been detected on this machine. We recommend disabling the "
+    "Active Directory-related options in Windows Registry.";
+
+/// A command that takes a name as it stands, between quotes. It runs with the rights of the logon
+/// process, and the name is whatever was typed there.
+struct Command
+{
+    const char* text;
+    /// What would end the quotes or change what is looked for. Windows PowerShell takes typographic
+    /// quotes for plain ones.
+    QStringView breaking;
+};
+
+constexpr QStringView kBreaksSearch = u"\"\u201c\u201d\u201e`$()*\\";
+constexpr QStringView kBreaksName = u"\"'\u2018\u2019\u201a\u201b`*?[]";
+
+constexpr Command kUserNameCommand{
+    R"(-NoProfile -Command "([adsisearcher]\"(userprincipalname=%1)\").FindOne().Properties.samaccountname")",
+    kBreaksSearch};
+constexpr Command kUpnCommand{
+    R"(-NoProfile -Command "([adsisearcher]\"(samaccountname=%1)\").FindOne().Properties.userprincipalname")",
+    kBreaksSearch};
+constexpr Command kMailCommand{
+    R"(-NoProfile -Command "([adsisearcher]\"(samaccountname=%1)\").FindOne().Properties.mail")",
+    kBreaksSearch};
+constexpr Command kLocalMailCommand{
+    R"(-NoProfile -Command "(Get-LocalUser -Name '%1').Description")", kBreaksName};
+
+/// What PowerShell answers; nothing when it failed or was not asked.
+std::optional<QString> askPowerShell(const ProcessRunner& runner, const Command& command,
+                                     const QString& name)
+{
+    const bool breaks = std::any_of(name.begin(), name.end(), [&command](QChar c) {
+        return c.category() == QChar::Other_Control || command.breaking.contains(c);
+    });
+    if (breaks) {
+        logger().logWarning(0, QStringLiteral("Name not looked up, it holds a character that would "
+                                              "change the command: ") +
+                                   name);
+        return std::nullopt;
+    }
+    QString output;
+    QString errors;
+    if (!runner(QStringLiteral("PowerShell"), QString::fromLatin1(command.text).arg(name), output,
+                errors))
+        return std::nullopt;
+    return output;
+}
+
+} // namespace
+
+bool isEmail(const QString& text)
+{
+    static const QRegularExpression pattern(
+        QStringLiteral("^[A-Za-z0-9._%+-]+@[A-Za-z0-9.-]+\\.[A-Za-z]{2,}$"),
+        QRegularExpression::CaseInsensitiveOption);
+    return pattern.match(text).hasMatch();
+}
+
+AccountLookups AccountLookups::ofThisMachine()
+{
+    return {sidOf, platform::joinedDomain, platform::computerName};
+}
+
+IdentityResolver::IdentityResolver(AccountLookups lookups, ProcessRunner runner)
+    : m_lookups(std::move(lookups))
+    , m_runner(std::move(runner))
+{}
+
+Identity IdentityResolver::resolve(const QJsonDocument& input)
+{
+    Identity identity;
+    identity.user = input[QLatin1String("user")].toString();
+    identity.ip = input[QLatin1String("ip")].toString();
+    identity.rdpMode = !identity.ip.isEmpty();
+    const QLatin1Char backslash('\\');
+    identity.userName = identity.user.mid(identity.user.lastIndexOf(backslash) + 1);
+    if (identity.user.contains(backslash))
+        identity.domain = identity.user.left(identity.user.indexOf(backslash));
+
+    if (isEmail(identity.userName))
+        resolveEmailUser(identity);
+    if (identity.domain.isEmpty())
+        identity.domain = readDirectoryName();
+    if (identity.domain.isEmpty())
+        identity.domain = computerName();
+    if (identity.userEmail.isEmpty() &&
+        mainKey().readBool(QStringLiteral("sendUPN")).value_or(false))
+        lookUpEmail(identity);
+    return identity;
+}
+
+void IdentityResolver::resolveEmailUser(Identity& identity)
+{
+    const QString upn = identity.userName;
+    identity.userEmail = upn;
+    const QString found = findUsernameByUpn(upn);
+    if (!found.isEmpty()) {
+        identity.userName = found;
+        return;
+    }
+    const QLatin1Char at('@');
+    if (identity.domain.isEmpty() || identity.domain == QLatin1String("AzureAD"))
+        identity.domain = upn.mid(upn.lastIndexOf(at) + 1);
+    identity.userName = upn.left(upn.indexOf(at));
+}
+
+void IdentityResolver::lookUpEmail(Identity& identity)
+{
+    const bool local = isLocalUser(identity);
+    const QString user = identity.userName;
+    directoryName(); // read here, so that the lookups only share what no longer changes
+
+    auto directory = std::async(std::launch::async, [this, local, user] {
+        if (local)
+            return QString();
+        const QString upn = getUpn(user);
+        return isEmail(upn) ? upn : getEmailFromDirectory(user);
+    });
+    auto accounts = std::async(std::launch::async, [this, local, user] {
+        if (!local)
+            return QString();
+        QString email = getGcpwEmail(user);
+        if (email.isEmpty())
+            email = getMicrosoftAccountEmail(user);
+        return email.isEmpty() ? getLocalUserEmail(user) : email;
+    });
+    identity.userEmail = directory.get();
+    const QString ofAccount = accounts.get();
+    if (identity.userEmail.isEmpty())
+        identity.userEmail = ofAccount;
+}
+
+QString IdentityResolver::nameToSend(const Identity& identity) const
+{
+    const bool sendUpn = mainKey().readBool(QStringLiteral("sendUPN")).value_or(false);
+    const bool sendNtlm = mainKey().readBool(QStringLiteral("sendNTLM")).value_or(true);
+    if (sendUpn) {
+        // An absent sendNTLM counts as set, so this is logged for it too, on purpose.
+        if (sendNtlm)
+            logger().logWarning(1, QStringLiteral("Both 'sendUPN' and 'sendNTLM' options are "
+                                                  "defined, only 'sendUPN' will be used"));
+        if (identity.userEmail.isEmpty()) {
+            if (failModeIsBypass())
+                grant(QStringLiteral("Could not retrieve correct UPN! FailMode bypass."));
+            else
+                deny(QStringLiteral("Could not retrieve correct UPN!"));
+        }
+        return identity.userEmail;
+    }
+    if (sendNtlm && !identity.domain.isEmpty() && identity.domain != QLatin1String("."))
+        return identity.domain + QLatin1Char('\\') + identity.userName;
+    return identity.userName;
+}
+
+QString IdentityResolver::findUsernameByUpn(const QString& upn)
+{
+    logger().log(1, QStringLiteral("Trying to find username by UPN..."));
+    if (!directoryName().isEmpty()) {
+        const auto output = askPowerShell(m_runner, kUserNameCommand, upn);
+        if (!output) {
+            logger().logError(QStringLiteral("Failed to find username by UPN"));
+            return {};
+        }
+        if (!output->isEmpty()) {
+            logger().log(0, QStringLiteral("Found user: ") + *output);
+            m_cachedUpn = upn;
+            return *output;
+        }
+    }
+    m_cachedUpn = upn;
+    logger().log(1, QStringLiteral("Username not found. Treating given email as Azure Active "
+                                   "Directory user..."));
+    return {};
+}
+
+QString IdentityResolver::getUpn(const QString& user)
+{
+    logger().log(1, QStringLiteral("[GetUPN] Trying to get UPN for a user: ") + user);
+    if (!m_cachedUpn.isEmpty()) {
+        logger().log(0, QStringLiteral("[GetUPN] UPN found in cache: ") + m_cachedUpn);
+        return m_cachedUpn;
+    }
+    if (directoryName().isEmpty()) {
+        logger().logWarning(0, QLatin1String(kNoDirectory));
+        return {};
+    }
+    const auto output = askPowerShell(m_runner, kUpnCommand, user);
+    if (!output) {
+        logger().logError(QStringLiteral("[GetUPN] Failed to get an UPN from Active Directory"));
+        return {};
+    }
+    if (isEmail(*output)) {
+        logger().log(0, QStringLiteral("[GetUPN] Found UPN: ") + *output);
+        return *output;
+    }
+    logger().log(1, QStringLiteral("[GetUPN] No UPN found, which means that an UPN is either "
+                                   "invalid or not defined for the user"));
+    logger().log(2, QStringLiteral("[GetUPN] output: ") + *output);
+    return {};
+}
+
+QString IdentityResolver::getEmailFromDirectory(const QString& user)
+{
+    logger().log(1, QStringLiteral("[GetUserEmail] Trying to get email address from Active "
+                                   "Directory for a user: ") +
+                        user);
+    if (directoryName().isEmpty()) {
+        // The text with its [GetUPN] is shared with the lookup of UPNs, on purpose.
+        logger().logWarning(0, QLatin1String(kNoDirectory));
+        return {};
+    }
+    const auto output = askPowerShell(m_runner, kMailCommand, user);
+    if (!output) {
+        logger().logError(
+            QStringLiteral("[GetUserEmail] Failed to get an email address from Active Directory"));
+        return {};
+    }
+    if (isEmail(*output)) {
+        logger().log(0, QStringLiteral("[GetUserEmail] Found user email: ") + *output);
+        return *output;
+    }
+    logger().log(1, QStringLiteral("[GetUserEmail] No email address found, which means that an "
+                                   "email is either invalid or not defined for the user"));
+    logger().log(2, QStringLiteral("[GetUserEmail] output: ") + *output);
+    return {};
+}
+
+QString IdentityResolver::getLocalUserEmail(const QString& user) const
+{
+    const QString account = user.section(QLatin1Char('@'), 0, 0);
+    logger().log(1,
+                 QStringLiteral("[GetUserEmail] Trying to get email address for a local user: ") +
+                     account);
+    const auto output = askPowerShell(m_runner, kLocalMailCommand, account);
+    if (!output) {
+        logger().log(1, QStringLiteral("[GetUserEmail] Failed to get a local email"));
+        return {};
+    }
+    if (isEmail(*output)) {
+        logger().log(0, QStringLiteral("[GetUserEmail] Found local user email: ") + *output);
+        return *output;
+    }
+    logger().log(1, QStringLiteral("[GetUserEmail] No local email found, which means that a local "
+                                   "email is either invalid or not defined for the user"));
+    return {};
+}
+
+QString IdentityResolver::getGcpwEmail(const QString& user) const
+{
+    const QString sid = m_lookups.sid(user);
+    if (sid.isEmpty())
+        return {};
+    const platform::RegistryKey key(
+        QStringLiteral("HKEY_LOCAL_MACHINE\\SOFTWARE\\Google\\GCPW\\Users\\") + sid);
+    const QString email = key.readString(QStringLiteral("email")).value_or(QString());
+    if (!isEmail(email))
+        return {};
+    logger().log(0, QStringLiteral("[GetUserEmail] Found GCPW user email: ") + email);
+    return email;
+}
+
+QString IdentityResolver::getMicrosoftAccountEmail(const QString& user) const
+{
+    const QString sid = m_lookups.sid(user);
+    if (sid.isEmpty())
+        return {};
+    const platform::RegistryKey key(
+        QStringLiteral("HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\"
+                       "Authentication\\Credential Providers\\"
+                       "{D6886603-9D2F-4EB2-B667-1971041FA96B}\\%1\\UserNames")
+            .arg(sid));
+    const QString email = key.subKeys().value(0).section(QLatin1Char('\\'), 0, 0);
+    if (!isEmail(email))
+        return {};
+    logger().log(0, QStringLiteral("[GetUserEmail] Found MicrosoftLive user email: ") + email);
+    return email;
+}
+
+QString IdentityResolver::readDirectoryName() const
+{
+    logger().log(1, QStringLiteral("Reading Active Directory name..."));
+    if (m_directoryName && !m_directoryName->isEmpty())
+        return *m_directoryName;
+    return m_lookups.joinedDomain();
+}
+
+const QString& IdentityResolver::directoryName()
+{
+    if (!m_directoryName)
+        m_directoryName = readDirectoryName();
+    return *m_directoryName;
+}
+
+QString IdentityResolver::computerName() const
+{
+    const auto name = m_lookups.computerName();
+    if (name)
+        return *name;
+    logger().logError(QStringLiteral("Failed to read computer name, error: %1").arg(name.error()));
+    return {};
+}
+
+bool IdentityResolver::isLocalUser(const Identity& identity) const
+{
+    return identity.domain.toLower() == computerName().toLower();
+}
+
+} // namespace korvex
