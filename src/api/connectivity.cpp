@@ -1,0 +1,48 @@
+#include "api/connectivity.h"
+
+#include "api/rest_client.h"
+#include "api/verdict.h"
+#include "core/log.h"
+#include "core/message_box.h"
+#include "core/settings.h"
+
+namespace korvex {
+
+bool Connectivity::checkConnection(KorvexRestAPIClient& client)
+{
+    logger().log(1, QStringLiteral("Verifying connection to Korvex API..."));
+    const auto answer = client.probe();
+    if (answer) {
+        logger().log(1, QStringLiteral("Connection with Korvex API established"));
+        return true;
+    }
+    logger().logError(QStringLiteral("No connection to Korvex API. Error %1")
+                          .arg(static_cast<int>(answer.error().code)));
+    judgeUnreachable();
+    return false;
+}
+
+void Connectivity::judgeUnreachable()
+{
+    // That an unreachable service lets the user in by default is deliberate: the default FailMode
+    // is "bypass", and an administrator who wants the machine closed sets another.
+    const bool bypass = failModeIsBypass();
+    if (readBool(Setting::OfflineAuth)) {
+        // No secret for offline codes is kept yet, so there is none.
+        if (bypass)
+            grant(QStringLiteral("OTP secret doesn't exist! FailMode bypass."));
+        else
+            deny(QStringLiteral("OTP secret doesn't exist!"));
+        return;
+    }
+    if (bypass) {
+        grant(QStringLiteral("Cannot reach Korvex API! FailMode bypass."));
+        return;
+    }
+    showMessageBox(tr("Access Denied!\nYou are not allowed to log in.\n"
+                      "Contact your administrator."));
+    deny(QStringLiteral("Cannot reach Korvex API and bypass MFA when offline is off. "
+                        "Check your Internet connection and try again."));
+}
+
+} // namespace korvex

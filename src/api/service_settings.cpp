@@ -1,0 +1,28 @@
+#include "api/service_settings.h"
+
+#include "core/settings.h"
+
+namespace korvex {
+
+namespace {
+
+constexpr int kDefaultTimeout = 20000;
+
+} // namespace
+
+QString apiServer()
+{
+    return mainKey()
+        .readString(QStringLiteral("korvexApiServer"))
+        .value_or(QStringLiteral(KORVEX_DEFAULT_API_SERVER));
+}
+
+int requestTimeout()
+{
+    const int timeout =
+        mainKey().readNumber(QStringLiteral("RequestTimeout")).value_or(kDefaultTimeout);
+    // Qt takes 0 for "wait for ever", which would lock the user out behind a silent service.
+    return timeout > 0 ? timeout : kDefaultTimeout;
+}
+
+} // namespace korvex

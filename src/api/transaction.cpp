@@ -1,0 +1,185 @@
+#include "api/transaction.h"
+
+#include "api/connectivity.h"
+#include "api/error_policy.h"
+#include "api/service_settings.h"
+#include "api/verdict.h"
+#include "context/ip_address.h"
+#include "core/log.h"
+#include "core/message_box.h"
+#include "core/settings.h"
+#include "core/version.h"
+
+#include <QSysInfo>
+#include <utility>
+
+namespace korvex {
+
+namespace {
+
+QString text(const QJsonObject& object, const QString& name)
+{
+    return object.value(name).toString();
+}
+
+} // namespace
+
+Transaction::Transaction(const QJsonDocument& input, IdentityResolver resolver)
+    : m_input(input)
+    , m_resolver(std::move(resolver))
+{}
+
+int Transaction::start()
+{
+    setupAccessParams(m_input);
+    if (!validateFields())
+        return 0;
+    if (!Connectivity::checkConnection(m_client) || verdictGiven())
+        return 0;
+
+    // The company's branding is fetched at this point once the library can show it.
+
+    const QJsonDocument body = buildPostData(PostType::Init);
+    if (body.isEmpty() || verdictGiven())
+        return 0;
+    const auto result = m_client.post(QStringLiteral("/api/transaction/init"), body);
+    if (verdictGiven())
+        return 0;
+    if (!result)
+        return handlePostError(result.error());
+    return openWebPage(*result);
+}
+
+void Transaction::setupAccessParams(const QJsonDocument& input)
+{
+    m_apiServer = apiServer();
+    m_systemToken = readString(Setting::SystemToken);
+    m_identity = m_resolver.resolve(input);
+}
+
+bool Transaction::validateFields() const
+{
+    if (m_identity.userName.isEmpty()) {
+        logger().logError(QStringLiteral("Missing field exception: userName"));
+        return deny(QStringLiteral("Invalid transaction fields"));
+    }
+    // What follows is reported, never refused: the service judges it.
+    if (!m_identity.userEmail.isEmpty() && !isEmail(m_identity.userEmail))
+        logger().logWarning(0, QStringLiteral("Defined 'userEmail' field is invalid, userEmail: ") +
+                                   m_identity.userEmail);
+    if (m_identity.rdpMode && !isValidIpAddress(m_identity.ip))
+        logger().logWarning(0, QStringLiteral("Incorrect ip (IPv4/IPv6) address format: ") +
+                                   m_identity.ip);
+    return true;
+}
+
+QJsonDocument Transaction::buildPostData(PostType type, const QString& accessToken)
+{
+    switch (type) {
+    case PostType::Init: {
+        QJsonObject params{
+            {QStringLiteral("appVer"), QLatin1String(kVersion)},
+            {QStringLiteral("hostName"), QSysInfo::machineHostName()},
+            {QStringLiteral("rdpMode"), m_identity.rdpMode},
+            // Names the offline secret that this device holds; empty while it can hold none.
+            {QStringLiteral("hrpsk"), QString()},
+        };
+        if (!m_identity.ip.isEmpty())
+            params.insert(QStringLiteral("userIP"), m_identity.ip);
+        logger().log(0, QStringLiteral("Init step: URL: %1, systemToken: %2, username: %3")
+                            .arg(m_apiServer, m_systemToken, nameToSend()));
+        return QJsonDocument(QJsonObject{
+            {QStringLiteral("systemToken"), m_systemToken},
+            {QStringLiteral("username"), nameToSend()},
+            {QStringLiteral("params"), params},
+        });
+    }
+    case PostType::Credential:
+        return QJsonDocument(QJsonObject{
+            {QStringLiteral("systemToken"), m_systemToken},
+            {QStringLiteral("accessToken"), accessToken},
+        });
+    }
+    deny(QStringLiteral("Unsupported post type. Contact with Korvex team"));
+    return {};
+}
+
+int Transaction::openWebPage(const QJsonObject& result)
+{
+    const QString address = text(result, QStringLiteral("webURI"));
+    if (address.isEmpty()) {
+        logger().logError(QStringLiteral("Web URI not received"));
+        return handlePostError({ErrorCode::UnknownServiceError, {}});
+    }
+    const QUrl url(address);
+    const bool isWebAddress =
+        url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http");
+    if (!isWebAddress || url.host().isEmpty()) {
+        // The window would stay hidden for ever behind what it cannot load.
+        logger().logError(QStringLiteral("Web URI is no web address: ") + address);
+        return handlePostError({ErrorCode::UnknownServiceError, {}});
+    }
+    logger().log(2, QStringLiteral("Show web page, URL: ") + address);
+    m_waitingForPage = true;
+    emit showWebPage(url);
+    return 1;
+}
+
+int Transaction::credentials(const QString& accessToken)
+{
+    // A page may set its title more than once; the second token would cross the first request.
+    if (!std::exchange(m_waitingForPage, false) || verdictGiven()) {
+        logger().log(1, QStringLiteral("Transaction does not wait for a token, token ignored"));
+        return 0;
+    }
+    const QJsonDocument body = buildPostData(PostType::Credential, accessToken);
+    if (body.isEmpty())
+        return 0;
+    const auto result = m_client.post(QStringLiteral("/api/transaction/credentials"), body);
+    if (verdictGiven())
+        return 0;
+    if (!result)
+        return handlePostError(result.error());
+    return judgeCredentials(*result);
+}
+
+int Transaction::judgeCredentials(const QJsonObject& result)
+{
+    const QString tokenMember = QStringLiteral("systemToken");
+    const QString nameMember = QStringLiteral("username");
+    if (!result.contains(tokenMember) || !result.contains(nameMember)) {
+        logger().logError(QStringLiteral("Invalid credentials response data"));
+        return handlePostError({ErrorCode::UnknownServiceError, {}});
+    }
+    const QString systemToken = text(result, tokenMember);
+    const QString name = text(result, nameMember);
+    if (systemToken != m_systemToken || name != nameToSend()) {
+        logger().logWarning(0, QStringLiteral("Invalid authentication data! User: %1, Token: %2")
+                                   .arg(name, systemToken));
+        return deny(QStringLiteral("Authentication data does not match"));
+    }
+    if (!text(result, QStringLiteral("erpsk")).isEmpty())
+        logger().log(0, QStringLiteral("Received new secret, which this version does not keep"));
+    return grant(QStringLiteral("User allowed by Korvex server"));
+}
+
+bool Transaction::handlePostError(const KorvexError<ErrorCode>& error)
+{
+    const int code = static_cast<int>(error.code);
+    logger().logWarning(1, QStringLiteral("Transaction::handlePostError code: %1, error: '%2'")
+                               .arg(QString::number(code), error.message));
+    const ErrorPolicy policy = errorPolicy(error.code, failModeIsBypass());
+    if (policy.messageBox)
+        showMessageBox(tr(policy.messageBox));
+    const QString reason = QString::fromLatin1(policy.reason);
+    return policy.granted ? grant(reason) : deny(reason);
+}
+
+const QString& Transaction::nameToSend()
+{
+    if (!m_name)
+        m_name = m_resolver.nameToSend(m_identity);
+    return *m_name;
+}
+
+} // namespace korvex
