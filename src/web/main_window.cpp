@@ -1,0 +1,231 @@
+#include "web/main_window.h"
+
+#include "api/service_settings.h"
+#include "api/transaction.h"
+#include "api/verdict.h"
+#include "core/log.h"
+#include "core/message_box.h"
+#include "core/secret.h"
+#include "core/settings.h"
+#include "core/user_folder.h"
+#include "platform/foreground.h"
+#include "platform/process.h"
+#include "web/accept_language.h"
+#include "web/browser_interceptor.h"
+#include "web/sign_in_page.h"
+#include "web/web_js_event_dispatcher.h"
+
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QDir>
+#include <QIcon>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocale>
+#include <QScreen>
+#include <QWebEngineProfile>
+#include <QWebEngineSettings>
+#include <QWebEngineView>
+
+namespace korvex {
+
+namespace {
+
+constexpr int kRetryDelay = 500; // milliseconds
+
+// The same for every engine version, so that the service sees one kind of browser.
+constexpr char kUserAgent[] =
+    "Mozilla/5.0 (Windows NT 10.0; Win64; x64) AppleWebKit/537.36 (KHTML, "
+    "like Gecko) Chrome/71.0.3578.80 Safari/537.36";
+
+} // namespace
+
+MainWindow::MainWindow() = default;
+
+MainWindow::~MainWindow()
+{
+    // The view is owned here; the window must not delete it as its central widget too.
+    if (m_view)
+        takeCentralWidget();
+}
+
+void MainWindow::start(const QJsonDocument& input)
+{
+    logger().log(1, QStringLiteral("Starting Korvex MFA Login..."));
+    if (!verifyConfiguration())
+        return;
+    setUpWindow();
+    // Two steps come between, once they are built: remembered devices are revoked while the cookie
+    // store is still closed, and the proxy is set before any request.
+    createProfile();
+    createPage();
+    createView();
+    if (mainKey().readBool(QStringLiteral("debugKorvexRequests")).value_or(false))
+        createDeveloperTools();
+    createTransaction(input);
+    m_transaction->start();
+}
+
+bool MainWindow::verifyConfiguration()
+{
+    const QString systemToken = readString(Setting::SystemToken);
+    QString secretKey = readString(Setting::SecretKey);
+    const bool missing = systemToken.isEmpty() || secretKey.isEmpty();
+    const bool equal = systemToken == secretKey;
+    wipe(secretKey);
+    if (!missing && !equal) {
+        logger().log(1, QStringLiteral("Registry configuration verified"));
+        return true;
+    }
+    logger().logError(
+        missing ? QStringLiteral("Value of 'systemToken' or 'secretKey' is not defined")
+                : QStringLiteral("Value of 'systemToken' and 'secretKey' can not be equal"));
+    showMessageBox(tr("Incorrect Korvex API credentials."));
+    // An installation that nobody finished configuring lets the user in; this is deliberate.
+    grant(QStringLiteral("Invalid configuration"));
+    return false;
+}
+
+void MainWindow::setUpWindow()
+{
+    setWindowIcon(QIcon(QStringLiteral(":/rsc/Korvex.png")));
+    setWindowFlags(Qt::MSWindowsFixedSizeDialogHint | Qt::BypassWindowManagerHint |
+                   Qt::CustomizeWindowHint | Qt::WindowCloseButtonHint);
+    setWindowFlag(Qt::WindowStaysOnTopHint);
+    setGeometry(screen()->availableGeometry());
+}
+
+void MainWindow::createProfile()
+{
+    m_interceptor = std::make_unique<BrowserInterceptor>();
+    m_profile = std::make_unique<QWebEngineProfile>(QStringLiteral("KorvexProfile"));
+    m_profile->setHttpAcceptLanguage(
+        QString::fromLatin1(acceptLanguage(QLocale::system().uiLanguages())));
+    m_profile->setHttpUserAgent(QLatin1String(kUserAgent));
+    m_profile->setPersistentCookiesPolicy(QWebEngineProfile::AllowPersistentCookies);
+    const QString storage =
+        userStorageDirectory() + QDir::separator() + QStringLiteral("QtWebEngine");
+    m_profile->setCachePath(storage);
+    m_profile->setPersistentStoragePath(storage);
+    m_profile->setUrlRequestInterceptor(m_interceptor.get());
+}
+
+void MainWindow::createPage()
+{
+    m_page = std::make_unique<SignInPage>(*m_profile);
+    // Its events lead nowhere until the library reads cards.
+    m_dispatcher = std::make_unique<WebJsEventDispatcher>(*m_page);
+}
+
+void MainWindow::createView()
+{
+    m_view = std::make_unique<QWebEngineView>();
+    m_view->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+    m_view->setContextMenuPolicy(Qt::NoContextMenu);
+    m_view->setAttribute(Qt::WA_TransparentForMouseEvents, false);
+    m_view->setAttribute(Qt::WA_TranslucentBackground, false);
+    m_view->setPage(m_page.get());
+    m_view->settings()->setUnknownUrlSchemePolicy(QWebEngineSettings::DisallowUnknownUrlSchemes);
+    m_view->settings()->setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false);
+    setCentralWidget(m_view.get());
+}
+
+void MainWindow::createDeveloperTools()
+{
+    m_developerTools = std::make_unique<QWebEngineView>();
+    m_developerTools->setWindowIcon(windowIcon());
+    m_developerTools->setSizePolicy(m_view->sizePolicy());
+    m_developerTools->setWindowFlags(m_view->windowFlags());
+    m_page->setDevToolsPage(m_developerTools->page());
+    m_page->triggerAction(QWebEnginePage::InspectElement);
+    m_developerTools->show();
+}
+
+void MainWindow::createTransaction(const QJsonDocument& input)
+{
+    m_transaction = std::make_unique<Transaction>(input);
+    // A page that stops answering is stopped, and so counts as a failed load.
+    m_loadWatch.setSingleShot(true);
+    m_loadWatch.setInterval(requestTimeout());
+    connect(&m_loadWatch, &QTimer::timeout, m_view.get(), &QWebEngineView::stop);
+    connect(m_view.get(), &QWebEngineView::loadProgress, this, [this] {
+        if (m_firstLoadPending)
+            m_loadWatch.start();
+    });
+
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &MainWindow::cleanUp);
+    connect(m_transaction.get(), SIGNAL(showWebPage(QUrl)), this, SLOT(updateWebView(QUrl)));
+    connect(m_view.get(), &QWebEngineView::loadFinished, this, &MainWindow::loadFinished);
+    connect(m_view.get(), &QWebEngineView::titleChanged, this, &MainWindow::onTitleChanged);
+}
+
+void MainWindow::cleanUp()
+{
+    logger().log(1, QStringLiteral("Cleaning up..."));
+}
+
+void MainWindow::updateWebView(QUrl url)
+{
+    logger().log(1, QStringLiteral("Invoke updateWebView, url: ") + url.toString());
+    m_loadWatch.start();
+    m_view->setUrl(url);
+    m_view->setFocus(Qt::OtherFocusReason);
+}
+
+void MainWindow::loadFinished(bool success)
+{
+    if (success) {
+        m_firstLoadPending = false;
+        m_loadWatch.stop();
+        // The window covers the screen until it can be fitted to the page.
+        show();
+        platform::bringToForeground(winId());
+        return;
+    }
+    if (m_firstLoadPending)
+        retryLoad();
+}
+
+void MainWindow::retryLoad()
+{
+    m_loadWatch.stop();
+    if (m_loadRetriesLeft-- <= 0) {
+        giveUpLoading();
+        return;
+    }
+    logger().logWarning(0, QStringLiteral("Failed to load view: ") + m_view->url().toString());
+    QTimer::singleShot(kRetryDelay, m_view.get(), [this] {
+        m_loadWatch.start();
+        m_view->reload();
+    });
+}
+
+void MainWindow::giveUpLoading()
+{
+    if (failModeIsBypass())
+        grant(QStringLiteral("Application exception, FailMode bypass"));
+    else
+        deny(QStringLiteral("Application exception"));
+}
+
+void MainWindow::onTitleChanged(const QString& title)
+{
+    logger().log(2, QStringLiteral("Web title: ") + title);
+    if (!title.contains(QLatin1String("token")))
+        return;
+    logger().log(1, QStringLiteral("Transaction token received"));
+    // A title that is no JSON gives an empty token, which the service judges like any other.
+    const QJsonDocument message = QJsonDocument::fromJson(title.toUtf8());
+    m_transaction->credentials(message[QLatin1String("token")].toString());
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    event->accept();
+    hide();
+    logger().log(0, QStringLiteral("Close requested, terminating..."));
+    // Not a denial through the event loop: a closed window ends the host process, on purpose.
+    platform::terminateProcess(0);
+}
+
+} // namespace korvex

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <QMainWindow>
+#include <QString>
+#include <QTimer>
+#include <QUrl>
+#include <memory>
+
+class QJsonDocument;
+class QWebEngineProfile;
+class QWebEngineView;
+
+namespace korvex {
+
+class BrowserInterceptor;
+class SignInPage;
+class Transaction;
+class WebJsEventDispatcher;
+
+/// The one top-level window of a sign-in: the service's page in a web view, and the transaction
+/// behind it. Hidden until a page has loaded. Closing it ends the whole process at once.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    MainWindow();
+    ~MainWindow() override;
+
+    /// Checks the configuration, builds profile, page and view, and runs the transaction up to its
+    /// page. Needs the event loop, which a verdict ends.
+    void start(const QJsonDocument& input);
+
+signals:
+    /// Part of the window's interface to the outside; nothing in the library uses it.
+    void postCredential(QString accessToken);
+
+public slots:
+    void cleanUp();
+    void updateWebView(QUrl url);
+    void loadFinished(bool success);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    bool verifyConfiguration();
+    void setUpWindow();
+    void createProfile();
+    void createPage();
+    void createView();
+    void createDeveloperTools();
+    void createTransaction(const QJsonDocument& input);
+    void retryLoad();
+    void giveUpLoading();
+    void onTitleChanged(const QString& title);
+
+    // Destroyed from the last to the first: the profile outlives its page.
+    std::unique_ptr<BrowserInterceptor> m_interceptor;
+    std::unique_ptr<QWebEngineProfile> m_profile;
+    std::unique_ptr<SignInPage> m_page;
+    std::unique_ptr<WebJsEventDispatcher> m_dispatcher;
+    std::unique_ptr<QWebEngineView> m_developerTools;
+    std::unique_ptr<Transaction> m_transaction;
+    std::unique_ptr<QWebEngineView> m_view;
+
+    QTimer m_loadWatch;
+    bool m_firstLoadPending = true;
+    int m_loadRetriesLeft = 10;
+};
+
+} // namespace korvex
