@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QString>
+#include <functional>
+
+namespace korvex::mfa_service {
+
+struct ServiceOptions
+{
+    QString systemToken{};
+    QString secretKey{};
+    QString companyName = QStringLiteral("Example Company");
+    /// Port on 127.0.0.1; 0 takes any free one.
+    quint16 port = 0;
+    /// HTTPS with a certificate made at start.
+    bool https = false;
+    /// Accept any user name, with a random TOTP secret of its own from first sight.
+    bool openEnrollment = true;
+
+    /// Seconds since 1970; the system's clock when empty.
+    std::function<qint64()> clock{};
+    /// Gets one line per request, without ids and secrets. Called on the service's threads.
+    std::function<void(const QString& line)> log{};
+    /// The stand-in for the user's authenticator app: told the current code whenever a sign-in
+    /// starts or a code was wrong. Called on the service's threads.
+    std::function<void(const QString& user, const QString& code)> codeReady{};
+};
+
+} // namespace korvex::mfa_service

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QString>
+#include <map>
+#include <optional>
+
+namespace korvex::mfa_service {
+
+/// The sign-ins that are under way. One lives for five minutes from its opening, ends with the
+/// fifth wrong code, takes one right code and gives one access token, which is good once.
+/// Times are seconds since 1970. Not thread-safe.
+class Transactions
+{
+public:
+    struct CodeResult
+    {
+        QString accessToken{}; ///< empty when the code was wrong
+        int attemptsLeft = 0;
+    };
+
+    /// Opens a transaction and returns its id, 32 hexadecimal digits.
+    QString open(const QString& user, qint64 now);
+
+    /// Who signs in; nothing unless the transaction is waiting for a code.
+    std::optional<QString> userOf(const QString& id, qint64 now);
+
+    /// Notes that the user of a waiting transaction has typed a code. After the last attempt the
+    /// transaction is gone.
+    CodeResult enterCode(const QString& id, bool codeIsRight);
+
+    /// Uses up an access token: who has signed in, or nothing for an unknown, used or old token.
+    std::optional<QString> redeem(const QString& accessToken, qint64 now);
+
+private:
+    struct Transaction
+    {
+        QString user{};
+        QString accessToken{};
+        qint64 openedAt = 0;
+        int wrongCodes = 0;
+    };
+
+    void dropExpired(qint64 now);
+
+    std::map<QString, Transaction> m_transactions; ///< by id
+};
+
+/// Random bytes of the operating system's quality. Ends the program when there are none.
+QByteArray randomBytes(int count);
+
+} // namespace korvex::mfa_service
