@@ -1,0 +1,91 @@
+#include "platform/data_protection.h"
+
+#include "platform/fault_report.h"
+
+#include <QString>
+#include <windows.h>
+// After windows.h, which it relies on.
+#include <dpapi.h>
+
+namespace korvex::platform {
+
+namespace {
+
+constexpr int kMaximumSize = 1024 * 1024;
+// What the system adds to the data, generously.
+constexpr int kMaximumOverhead = 64 * 1024;
+
+/// Only read from, although the type has no const.
+DATA_BLOB blobOf(const QByteArray& bytes)
+{
+    return {static_cast<DWORD>(bytes.size()),
+            reinterpret_cast<BYTE*>(const_cast<char*>(bytes.constData()))};
+}
+
+/// What the system hands out: wiped and released at the end.
+class SystemBlob
+{
+public:
+    SystemBlob() = default;
+    ~SystemBlob()
+    {
+        if (m_blob.pbData == nullptr)
+            return;
+        SecureZeroMemory(m_blob.pbData, m_blob.cbData);
+        LocalFree(m_blob.pbData);
+    }
+    SystemBlob(const SystemBlob&) = delete;
+    SystemBlob& operator=(const SystemBlob&) = delete;
+
+    DATA_BLOB* get() { return &m_blob; }
+    QByteArray bytes() const
+    {
+        return QByteArray(reinterpret_cast<const char*>(m_blob.pbData),
+                          static_cast<int>(m_blob.cbData));
+    }
+
+private:
+    DATA_BLOB m_blob{};
+};
+
+void reportLastError(const char* what)
+{
+    const DWORD error = GetLastError();
+    // An altered blob, or none, is not the system's fault.
+    if (error != ERROR_INVALID_DATA)
+        reportFault(QStringLiteral("%1: %2").arg(QLatin1String(what),
+                                                 qt_error_string(static_cast<int>(error))));
+}
+
+} // namespace
+
+// The flags are 0 on purpose, also without the flag that forbids a user interface: what is
+// protected here was and is readable under the same conditions by whatever passes 0.
+
+std::optional<QByteArray> protectData(const QByteArray& plain)
+{
+    if (plain.size() > kMaximumSize)
+        return std::nullopt;
+    DATA_BLOB in = blobOf(plain);
+    SystemBlob out;
+    if (CryptProtectData(&in, nullptr, nullptr, nullptr, nullptr, 0, out.get()) == FALSE) {
+        reportLastError("Data cannot be protected");
+        return std::nullopt;
+    }
+    return out.bytes();
+}
+
+std::optional<QByteArray> unprotectData(const QByteArray& blob)
+{
+    if (blob.size() > kMaximumSize + kMaximumOverhead)
+        return std::nullopt;
+    DATA_BLOB in = blobOf(blob);
+    SystemBlob out;
+    if (CryptUnprotectData(&in, nullptr, nullptr, nullptr, nullptr, 0, out.get()) == FALSE) {
+        reportLastError("Protected data cannot be read");
+        return std::nullopt;
+    }
+    return out.bytes();
+}
+
+} // namespace korvex::platform
