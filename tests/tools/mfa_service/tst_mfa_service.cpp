@@ -105,18 +105,16 @@ public:
     {
         QNetworkRequest request(QUrl(m_baseUrl + path));
         request.setHeader(QNetworkRequest::ContentTypeHeader, "application/json");
-        if (!signature.isEmpty()) {
+        if (!signature.isEmpty())
             request.setRawHeader("X-Korvex-Signature", signature);
-        }
         return m_manager.post(request, body);
     }
 
 private:
     static Reply finish(QNetworkReply* reply)
     {
-        if (!QTest::qWaitFor([reply] { return reply->isFinished(); }, 2 * kTimeout)) {
+        if (!QTest::qWaitFor([reply] { return reply->isFinished(); }, 2 * kTimeout))
             reply->abort();
-        }
         reply->deleteLater();
         return {.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
                 .error = reply->error(),
