@@ -116,16 +116,14 @@ std::optional<Behaviour> parseBehaviour(const QString& text)
     const auto* const found = std::find_if(kNames.begin(), kNames.end(), [&name](const auto& each) {
         return name == QLatin1String(each.first);
     });
-    if (found == kNames.end()) {
+    if (found == kNames.end())
         return std::nullopt;
-    }
     Behaviour behaviour{.kind = found->second};
     if (text.contains(':')) {
         bool isNumber = false;
         behaviour.code = text.section(':', 1).toInt(&isNumber);
-        if (!isNumber || !takesCode(behaviour.kind)) {
+        if (!isNumber || !takesCode(behaviour.kind))
             return std::nullopt;
-        }
     }
     return behaviour;
 }
@@ -133,9 +131,8 @@ std::optional<Behaviour> parseBehaviour(const QString& text)
 QStringList behaviourNames()
 {
     QStringList names;
-    for (const auto& [name, kind] : kNames) {
+    for (const auto& [name, kind] : kNames)
         names << QLatin1String(name) + QLatin1String(takesCode(kind) ? "[:CODE]" : "");
-    }
     return names;
 }
 
@@ -163,12 +160,10 @@ void Script::setPage(const QByteArray& html)
 
 Answer Script::replaceContent(const QString& route, const Answer& normal) const
 {
-    if (normal.status != 200) {
+    if (normal.status != 200)
         return normal;
-    }
-    if (m_results.contains(route)) {
+    if (m_results.contains(route))
         return success(m_secretKey, m_results.value(route));
-    }
     if (route == QLatin1String("/signin") && !m_page.isEmpty()) {
         // Without the own page's policy: a page from a test carries its scripts inline.
         return {.contentType = "text/html; charset=utf-8", .body = m_page};
@@ -181,12 +176,10 @@ Answer Script::apply(const QString& route, const Answer& normal)
     const std::lock_guard lock(m_mutex);
     const Answer answer = replaceContent(route, normal);
     const auto found = m_behaviours.find(route);
-    if (found == m_behaviours.end() || found->times == 0) {
+    if (found == m_behaviours.end() || found->times == 0)
         return answer;
-    }
-    if (found->times) {
+    if (found->times)
         --*found->times;
-    }
     return misbehave(*found, m_secretKey, answer);
 }
 

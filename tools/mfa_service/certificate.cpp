@@ -56,9 +56,8 @@ bool addExtension(X509* certificate, int id, const char* value)
 QByteArray toPem(X509* certificate)
 {
     const std::unique_ptr<BIO, decltype(&BIO_free)> bio(BIO_new(BIO_s_mem()), BIO_free);
-    if (!bio || PEM_write_bio_X509(bio.get(), certificate) != 1) {
+    if (!bio || PEM_write_bio_X509(bio.get(), certificate) != 1)
         return {};
-    }
     char* text = nullptr;
     const long size = BIO_get_mem_data(bio.get(), &text);
     return {text, static_cast<int>(size)};
@@ -83,9 +82,8 @@ Certificate makeCertificate()
                     addExtension(certificate, NID_ext_key_usage, "serverAuth") &&
                     addExtension(certificate, NID_subject_alt_name, "DNS:localhost,IP:127.0.0.1") &&
                     X509_sign(certificate, made.key.get(), EVP_sha256()) > 0;
-    if (ok) {
+    if (ok)
         made.pem = toPem(certificate);
-    }
     return made.pem.isEmpty() ? Certificate{} : std::move(made);
 }
 

@@ -67,16 +67,14 @@ std::expected<void, QString> applyLists(MfaService& service, const QStringList& 
 {
     for (const QString& text : users) {
         const auto secret = decodeBase32(text.section('=', 1));
-        if (text.section('=', 0, 0).isEmpty() || !secret) {
+        if (text.section('=', 0, 0).isEmpty() || !secret)
             return std::unexpected("--user wants NAME=SECRET with the secret in Base32");
-        }
         service.addUser(text.section('=', 0, 0), *secret);
     }
     for (const QString& text : misbehaviours) {
         const auto behaviour = parseBehaviour(text.section('=', 1));
-        if (!text.startsWith('/') || !behaviour) {
+        if (!text.startsWith('/') || !behaviour)
             return std::unexpected("--misbehave wants PATH=NAME[:CODE], but got " + text);
-        }
         service.setBehaviour(text.section('=', 0, 0), *behaviour);
     }
     return {};
@@ -101,9 +99,8 @@ int serve(MfaService& service, const QString& certificatePath)
     }
     print(stdout, "listening on " + service.baseUrl());
     // A signal handler may do no more than set a flag, on every system.
-    while (!endRequested) {
+    while (!endRequested)
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
     service.stop();
     return 0;
 }
@@ -124,29 +121,22 @@ int main(int argc, char* argv[])
     const QCommandLineOption version = parser.addVersionOption();
     parser.addOptions({options.port, options.https, options.certificateOut, options.systemToken,
                        options.secretKey, options.company, options.user, options.misbehave});
-    if (!parser.parse(QCoreApplication::arguments())) {
+    if (!parser.parse(QCoreApplication::arguments()))
         return wrongUsage(parser.errorText());
-    }
-    if (parser.isSet(help)) {
+    if (parser.isSet(help))
         parser.showHelp();
-    }
-    if (parser.isSet(version)) {
+    if (parser.isSet(version))
         parser.showVersion();
-    }
     bool isPort = false;
     const quint16 port = parser.value(options.port).toUShort(&isPort);
-    if (!parser.positionalArguments().isEmpty()) {
+    if (!parser.positionalArguments().isEmpty())
         return wrongUsage("unexpected argument " + parser.positionalArguments().constFirst());
-    }
-    if (!isPort) {
+    if (!isPort)
         return wrongUsage("--port wants a number from 0 to 65535");
-    }
-    if (parser.value(options.systemToken).isEmpty() || parser.value(options.secretKey).isEmpty()) {
+    if (parser.value(options.systemToken).isEmpty() || parser.value(options.secretKey).isEmpty())
         return wrongUsage("--system-token and --secret-key are required");
-    }
-    if (parser.isSet(options.certificateOut) && !parser.isSet(options.https)) {
+    if (parser.isSet(options.certificateOut) && !parser.isSet(options.https))
         return wrongUsage("--certificate-out needs --https");
-    }
 
     MfaService service({.systemToken = parser.value(options.systemToken),
                         .secretKey = parser.value(options.secretKey),

@@ -46,12 +46,10 @@ httplib::Server::HandlerResponse refuseUnknownLength(const httplib::Request& req
                                                      httplib::Response& response)
 {
     const bool hasBody = request.method != "GET" && request.method != "HEAD";
-    if (!hasBody && !request.has_header("Transfer-Encoding")) {
+    if (!hasBody && !request.has_header("Transfer-Encoding"))
         return httplib::Server::HandlerResponse::Unhandled;
-    }
-    if (request.has_header("Content-Length") && !request.has_header("Transfer-Encoding")) {
+    if (request.has_header("Content-Length") && !request.has_header("Transfer-Encoding"))
         return httplib::Server::HandlerResponse::Unhandled;
-    }
     response.status = 411;
     return httplib::Server::HandlerResponse::Handled;
 }
@@ -69,9 +67,8 @@ void setSocketOptions([[maybe_unused]] socket_t socket)
 /// The port that the server has got, or -1.
 int bindPort(httplib::Server& server, int wanted)
 {
-    if (wanted == 0) {
+    if (wanted == 0)
         return server.bind_to_any_port(kAddress);
-    }
     return server.bind_to_port(kAddress, wanted) ? wanted : -1;
 }
 
@@ -99,9 +96,8 @@ std::expected<void, QString> MfaService::start()
     } else {
         m_http = std::make_unique<httplib::Server>();
     }
-    if (!m_http->is_valid()) {
+    if (!m_http->is_valid())
         return std::unexpected(QStringLiteral("cannot make a certificate"));
-    }
     configure();
 
     const int port = bindPort(*m_http, m_options.port);
@@ -144,9 +140,8 @@ void MfaService::configure()
 
 void MfaService::stop()
 {
-    if (!m_listening.valid()) {
+    if (!m_listening.valid())
         return;
-    }
     m_http->stop();
     {
         const std::lock_guard lock(m_mutex);
@@ -174,9 +169,8 @@ void MfaService::record(const Request& request)
 {
     const std::lock_guard lock(m_mutex);
     m_requests.push_back(request);
-    if (m_requests.size() > kMaximumRequests) {
+    if (m_requests.size() > kMaximumRequests)
         m_requests.pop_front();
-    }
     m_changed.notify_all();
 }
 
@@ -200,9 +194,8 @@ bool MfaService::waitForRequest(const QString& route, std::chrono::milliseconds 
 void MfaService::deliver(const Answer& answer, httplib::Response& response)
 {
     response.status = answer.status;
-    for (auto header = answer.headers.begin(); header != answer.headers.end(); ++header) {
+    for (auto header = answer.headers.begin(); header != answer.headers.end(); ++header)
         response.set_header(header.key().toStdString(), header.value().toStdString());
-    }
     if (answer.delivery == Answer::Delivery::Never) {
         std::unique_lock lock(m_mutex);
         m_changed.wait(lock, [this] { return m_stopping; });

@@ -20,9 +20,8 @@ struct Request
     QString route() const
     {
         const QString prefix = QStringLiteral("/signin/");
-        if (!path.startsWith(prefix)) {
+        if (!path.startsWith(prefix))
             return path;
-        }
         return path.endsWith(QLatin1String("/code")) ? prefix + QStringLiteral("code")
                                                      : QStringLiteral("/signin");
     }

@@ -64,25 +64,19 @@ Answer SignIn::answer(const Request& request, const QString& baseUrl)
 {
     const QString route = request.route();
     if (request.method == "POST") {
-        if (route == QLatin1String(kInitPath) || route == QLatin1String(kCredentialsPath)) {
+        if (route == QLatin1String(kInitPath) || route == QLatin1String(kCredentialsPath))
             return answerSigned(request, baseUrl);
-        }
-        if (route == QLatin1String("/signin/code")) {
+        if (route == QLatin1String("/signin/code"))
             return enterCode(request.path.section('/', 2, -2), request.body);
-        }
     } else if (request.method == "GET") {
-        if (route == QLatin1String("/")) {
+        if (route == QLatin1String("/"))
             return {.body = "The MFA service is up.\n"};
-        }
-        if (route == QLatin1String("/signin")) {
+        if (route == QLatin1String("/signin"))
             return page(request.path.section('/', 2));
-        }
-        if (route == QLatin1String("/page/signin.css")) {
+        if (route == QLatin1String("/page/signin.css"))
             return {.contentType = "text/css; charset=utf-8", .body = pageFile("signin.css")};
-        }
-        if (route == QLatin1String("/page/signin.js")) {
+        if (route == QLatin1String("/page/signin.js"))
             return {.contentType = "text/javascript; charset=utf-8", .body = pageFile("signin.js")};
-        }
     }
     return notFound();
 }
@@ -143,9 +137,8 @@ Answer SignIn::page(const QString& id)
         const std::lock_guard lock(m_mutex);
         user = m_transactions.userOf(id, now());
     }
-    if (!user) {
+    if (!user)
         return notFound();
-    }
     // The user's name comes last, because it may contain anything, a placeholder included.
     QString html = QString::fromUtf8(pageFile("signin.html"));
     html.replace("{{company}}", m_options.companyName.toHtmlEscaped());
@@ -171,9 +164,8 @@ Answer SignIn::enterCode(const QString& id, const QByteArray& body)
         // test runs and demonstrations sign the same user in several times within 30 s.
         result = m_transactions.enterCode(id, totpMatches(*secretOf(*user), now(), code));
     }
-    if (!result.accessToken.isEmpty()) {
+    if (!result.accessToken.isEmpty())
         return pageJson(200, {{"accessToken", result.accessToken}});
-    }
     if (result.attemptsLeft == 0) {
         return pageJson(403, {{"error", "Too many wrong codes. Close this window and sign in "
                                         "again."},
@@ -204,9 +196,8 @@ std::optional<QByteArray> SignIn::secretOf(const QString& user)
 {
     auto found = m_users.constFind(user);
     if (found == m_users.constEnd()) {
-        if (!m_options.openEnrollment) {
+        if (!m_options.openEnrollment)
             return std::nullopt;
-        }
         found = m_users.insert(user, randomBytes(kTotpSecretBytes));
     }
     return *found;
@@ -214,9 +205,8 @@ std::optional<QByteArray> SignIn::secretOf(const QString& user)
 
 void SignIn::announceCode(const QString& user)
 {
-    if (m_options.codeReady) {
+    if (m_options.codeReady)
         m_options.codeReady(user, currentCode(user));
-    }
 }
 
 qint64 SignIn::now() const

@@ -19,9 +19,8 @@ QString totpCode(const QByteArray& secret, qint64 unixSeconds)
 {
     std::array<unsigned char, 8> counter{};
     auto rest = static_cast<quint64>(unixSeconds / kStepSeconds);
-    for (auto byte = counter.rbegin(); byte != counter.rend(); ++byte, rest >>= 8) {
+    for (auto byte = counter.rbegin(); byte != counter.rend(); ++byte, rest >>= 8)
         *byte = static_cast<unsigned char>(rest & 0xff);
-    }
 
     std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
     unsigned int size = 0;
@@ -38,9 +37,8 @@ QString totpCode(const QByteArray& secret, qint64 unixSeconds)
 bool totpMatches(const QByteArray& secret, qint64 unixSeconds, const QString& code)
 {
     const QByteArray given = code.toUtf8();
-    if (given.size() != kDigits) {
+    if (given.size() != kDigits)
         return false;
-    }
     bool matches = false;
     for (const qint64 shift : {-kStepSeconds, qint64{0}, kStepSeconds}) {
         const QByteArray expected = totpCode(secret, unixSeconds + shift).toUtf8();
@@ -56,13 +54,11 @@ std::optional<QByteArray> decodeBase32(const QString& text)
     quint32 buffer = 0;
     int bits = 0;
     for (const QChar& character : text) {
-        if (character == QLatin1Char(' ') || character == QLatin1Char('=')) {
+        if (character == QLatin1Char(' ') || character == QLatin1Char('='))
             continue;
-        }
         const int value = kAlphabet.indexOf(character.toUpper());
-        if (value < 0) {
+        if (value < 0)
             return std::nullopt;
-        }
         buffer = buffer << 5 | static_cast<quint32>(value);
         bits += 5;
         if (bits >= 8) {

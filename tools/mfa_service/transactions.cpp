@@ -22,9 +22,8 @@ QString randomHex(int bytes)
 QByteArray randomBytes(int count)
 {
     QByteArray bytes(count, '\0');
-    if (RAND_bytes(reinterpret_cast<unsigned char*>(bytes.data()), count) != 1) {
+    if (RAND_bytes(reinterpret_cast<unsigned char*>(bytes.data()), count) != 1)
         qFatal("no random numbers");
-    }
     return bytes;
 }
 
@@ -40,9 +39,8 @@ std::optional<QString> Transactions::userOf(const QString& id, qint64 now)
 {
     dropExpired(now);
     const auto found = m_transactions.find(id);
-    if (found == m_transactions.end() || !found->second.accessToken.isEmpty()) {
+    if (found == m_transactions.end() || !found->second.accessToken.isEmpty())
         return std::nullopt;
-    }
     return found->second.user;
 }
 
@@ -54,9 +52,8 @@ Transactions::CodeResult Transactions::enterCode(const QString& id, bool codeIsR
         return {.accessToken = transaction.accessToken};
     }
     const int attemptsLeft = kAttempts - ++transaction.wrongCodes;
-    if (attemptsLeft == 0) {
+    if (attemptsLeft == 0)
         m_transactions.erase(id);
-    }
     return {.attemptsLeft = attemptsLeft};
 }
 
@@ -67,9 +64,8 @@ std::optional<QString> Transactions::redeem(const QString& accessToken, qint64 n
         std::find_if(m_transactions.begin(), m_transactions.end(), [&](const auto& each) {
             return !accessToken.isEmpty() && each.second.accessToken == accessToken;
         });
-    if (found == m_transactions.end()) {
+    if (found == m_transactions.end())
         return std::nullopt;
-    }
     const QString user = found->second.user;
     m_transactions.erase(found);
     return user;
