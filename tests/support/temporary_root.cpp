@@ -1,0 +1,42 @@
+#include "support/temporary_root.h"
+
+#include "platform/paths.h"
+
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+
+namespace korvex::test {
+
+TemporaryRoot::TemporaryRoot()
+{
+    qputenv("KORVEX_ROOT", QFile::encodeName(m_directory.path()));
+}
+
+TemporaryRoot::~TemporaryRoot()
+{
+    qunsetenv("KORVEX_ROOT");
+}
+
+QString TemporaryRoot::logPath() const
+{
+    return QDir(platform::dataRoot())
+        .filePath(QStringLiteral("Logs/korvex-credential-provider.log"));
+}
+
+QStringList TemporaryRoot::logMessages() const
+{
+    QFile file(logPath());
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return {};
+    static const QRegularExpression prefix(
+        QStringLiteral("^\\[[^]]*\\] \\[KorvexLogin [^]]*\\] \\[\\d+:\\d+\\] "));
+    QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+    if (!lines.isEmpty() && lines.constLast().isEmpty())
+        lines.removeLast();
+    for (QString& line : lines)
+        line.remove(prefix);
+    return lines;
+}
+
+} // namespace korvex::test
