@@ -12,6 +12,9 @@ bool Connectivity::checkConnection(KorvexRestAPIClient& client)
 {
     logger().log(1, QStringLiteral("Verifying connection to Korvex API..."));
     const auto answer = client.probe();
+    // Then the probe may only have been interrupted, and there is nothing left to judge.
+    if (verdictGiven())
+        return false;
     if (answer) {
         logger().log(1, QStringLiteral("Connection with Korvex API established"));
         return true;

@@ -12,8 +12,9 @@ class Connectivity
     Q_DECLARE_TR_FUNCTIONS(korvex::Connectivity)
 
 public:
-    /// True when the service answered. False when it did not: then the verdict has been given, as
-    /// OfflineAuth and FailMode say, and the caller does nothing more.
+    /// True when the service answered. False when the sign-in has its verdict, and the caller does
+    /// nothing more: OfflineAuth and FailMode judge a service that does not answer, and somebody
+    /// else may have given a verdict meanwhile.
     [[nodiscard]] static bool checkConnection(KorvexRestAPIClient& client);
 
 private:

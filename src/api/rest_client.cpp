@@ -148,6 +148,8 @@ bool KorvexRestAPIClient::isAuthentic(const QNetworkReply& reply, const QByteArr
 QNetworkRequest KorvexRestAPIClient::requestFor(const QUrl& url) const
 {
     QNetworkRequest request(url);
+    // Without compression: a small answer must not unfold into a large one, past the cap.
+    request.setRawHeader("Accept-Encoding", "identity");
     for (const auto attribute :
          {QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::CookieSaveControlAttribute,
           QNetworkRequest::AuthenticationReuseAttribute})

@@ -34,13 +34,13 @@ int Transaction::start()
     setupAccessParams(m_input);
     if (!validateFields())
         return 0;
-    if (!Connectivity::checkConnection(m_client) || verdictGiven())
+    if (!Connectivity::checkConnection(m_client))
         return 0;
 
     // The company's branding is fetched at this point once the library can show it.
 
     const QJsonDocument body = buildPostData(PostType::Init);
-    if (body.isEmpty() || verdictGiven())
+    if (body.isEmpty())
         return 0;
     const auto result = m_client.post(QStringLiteral("/api/transaction/init"), body);
     if (verdictGiven())
@@ -77,6 +77,9 @@ QJsonDocument Transaction::buildPostData(PostType type, const QString& accessTok
 {
     switch (type) {
     case PostType::Init: {
+        const QString name = nameToSend();
+        if (verdictGiven())
+            return {};
         QJsonObject params{
             {QStringLiteral("appVer"), QLatin1String(kVersion)},
             {QStringLiteral("hostName"), QSysInfo::machineHostName()},
@@ -87,10 +90,10 @@ QJsonDocument Transaction::buildPostData(PostType type, const QString& accessTok
         if (!m_identity.ip.isEmpty())
             params.insert(QStringLiteral("userIP"), m_identity.ip);
         logger().log(0, QStringLiteral("Init step: URL: %1, systemToken: %2, username: %3")
-                            .arg(m_apiServer, m_systemToken, nameToSend()));
+                            .arg(m_apiServer, m_systemToken, name));
         return QJsonDocument(QJsonObject{
             {QStringLiteral("systemToken"), m_systemToken},
-            {QStringLiteral("username"), nameToSend()},
+            {QStringLiteral("username"), name},
             {QStringLiteral("params"), params},
         });
     }

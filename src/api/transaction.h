@@ -24,7 +24,8 @@ public:
     enum class PostType { Init, Credential };
 
     /// Sends nothing yet. `resolver` answers who signs in.
-    explicit Transaction(const QJsonDocument& input, IdentityResolver resolver = IdentityResolver());
+    explicit Transaction(const QJsonDocument& input,
+                         IdentityResolver resolver = IdentityResolver());
 
     /// The opening sequence, up to showWebPage(). 1 when the page was asked for, else the verdict
     /// that ended the sequence (1 granted, 0 denied or none).
@@ -34,7 +35,8 @@ public:
     /// for its page takes a token, and only one. Returns the verdict: 1 granted, 0 denied.
     int credentials(const QString& accessToken);
 
-    /// The body of a request; empty for an unknown type, which denies.
+    /// The body of a request; empty when there is none to send: for an unknown type, which denies,
+    /// and when working out the name gave the verdict.
     QJsonDocument buildPostData(PostType type, const QString& accessToken = {});
 
     /// Turns a failed request into a verdict; true for granted.

@@ -24,7 +24,7 @@ constexpr char kNoDirectory[] =
 /// process, and the name is whatever was typed there.
 struct Command
 {
-    const char* text;
+    const char* text = nullptr;
     /// What would end the quotes or change what is looked for. Windows PowerShell takes typographic
     /// quotes for plain ones.
     QStringView breaking;
@@ -272,7 +272,7 @@ QString IdentityResolver::getGcpwEmail(const QString& user) const
         return {};
     const platform::RegistryKey key(
         QStringLiteral("HKEY_LOCAL_MACHINE\\SOFTWARE\\Google\\GCPW\\Users\\") + sid);
-    const QString email = key.readString(QStringLiteral("email")).value_or(QString());
+    QString email = key.readString(QStringLiteral("email")).value_or(QString());
     if (!isEmail(email))
         return {};
     logger().log(0, QStringLiteral("[GetUserEmail] Found GCPW user email: ") + email);
@@ -289,7 +289,7 @@ QString IdentityResolver::getMicrosoftAccountEmail(const QString& user) const
                        "Authentication\\Credential Providers\\"
                        "{D6886603-9D2F-4EB2-B667-1971041FA96B}\\%1\\UserNames")
             .arg(sid));
-    const QString email = key.subKeys().value(0).section(QLatin1Char('\\'), 0, 0);
+    QString email = key.subKeys().value(0).section(QLatin1Char('\\'), 0, 0);
     if (!isEmail(email))
         return {};
     logger().log(0, QStringLiteral("[GetUserEmail] Found MicrosoftLive user email: ") + email);

@@ -77,7 +77,7 @@ Result<QByteArray> deriveKey()
         return failure(ErrorCode::MissingSecretKey);
     QByteArray digest = QCryptographicHash::hash(secret, QCryptographicHash::Md5);
     wipe(secret);
-    const QByteArray key = digest.toHex();
+    QByteArray key = digest.toHex();
     wipe(digest);
     return key;
 }
@@ -104,8 +104,8 @@ Result<QJsonDocument> parseEnvelope(const QByteArray& text)
     const QByteArray json = decodeBase64(text);
     if (json.isEmpty())
         return failure(ErrorCode::InvalidBase64, QStringLiteral("Invalid base64 data format"));
-    QJsonParseError error;
-    const QJsonDocument envelope = QJsonDocument::fromJson(json, &error);
+    QJsonParseError error{};
+    QJsonDocument envelope = QJsonDocument::fromJson(json, &error);
     if (error.error != QJsonParseError::NoError)
         return failure(ErrorCode::InvalidJson);
     return envelope;

@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QTemporaryFile>
 
 namespace korvex {
 
@@ -23,15 +24,25 @@ void setEngineFlags()
     constexpr char name[] = "QTWEBENGINE_CHROMIUM_FLAGS";
     // What the host's environment says is dropped: it must not steer the engine of a logon window.
     qunsetenv(name);
+    qunsetenv("QTWEBENGINE_REMOTE_DEBUGGING");
     appendToEnvironment(name, "--disable-gpu --disable-gpu-compositing --disable-features=Vulkan");
 }
 
 void createQtConf()
 {
-    // An existing file is left alone; a folder that cannot be written is no reason to stop.
-    QFile file(platform::installDirectory() + QDir::separator() + QStringLiteral("qt.conf"));
-    if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
-        file.write(platform::initialQtConf());
+    // An existing file is left alone, and a folder that cannot be written is no reason to stop. The
+    // file appears whole or not at all: half of it would keep Qt from starting ever after.
+    const QString path =
+        platform::installDirectory() + QDir::separator() + QStringLiteral("qt.conf");
+    const QByteArray content = platform::initialQtConf();
+    QTemporaryFile file(path + QStringLiteral(".XXXXXX"));
+    if (QFile::exists(path) || !file.open())
+        return;
+    const bool whole = file.write(content) == content.size() && file.flush() &&
+                       file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup |
+                                           QFile::ReadOther);
+    if (whole && file.rename(path))
+        file.setAutoRemove(false);
 }
 
 QApplication* createApplication()

@@ -1,8 +1,6 @@
 #include "entry/sign_in.h"
 #include "export.h"
 
-#include <QString>
-
 /// Runs one sign-in to its verdict: 1 granted, 0 denied, -1 the offline screen could not be built.
 ///
 /// `json` is the zero-terminated text {"user": ..., "ip": ...}; a null pointer counts as an empty
@@ -10,5 +8,5 @@
 /// to come from that thread too and is denied otherwise.
 extern "C" KORVEXLOGIN_EXPORT int korvex_execute(const wchar_t* json)
 {
-    return korvex::executeSignIn(json ? QString::fromWCharArray(json) : QString());
+    return korvex::executeSignIn(json);
 }

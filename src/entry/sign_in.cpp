@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QJsonDocument>
+#include <QScopedValueRollback>
 #include <QTimer>
 #include <QTranslator>
 #include <atomic>
@@ -62,24 +63,22 @@ int runSignIn(const QString& json)
 
 } // namespace
 
-int executeSignIn(const QString& json)
+int executeSignIn(const wchar_t* json)
 {
-    platform::reserveStandardStreams();
-    if (!mayRun()) {
-        logger().logError(QStringLiteral("Sign-in refused: the call comes from another thread than "
-                                         "the first, or from within a sign-in"));
-        return kDenied;
-    }
-    busy = true;
-    int result = kDenied;
     try {
-        result = runSignIn(json);
+        platform::reserveStandardStreams();
+        if (!mayRun()) {
+            logger().logError(QStringLiteral("Sign-in refused: the call comes from another thread "
+                                             "than the first, or from within a sign-in"));
+            return kDenied;
+        }
+        const QScopedValueRollback running(busy, true);
+        return runSignIn(json ? QString::fromWCharArray(json) : QString());
     } catch (const std::exception& fault) {
         logger().logError(QStringLiteral("Sign-in failed: ") +
                           QString::fromLocal8Bit(fault.what()));
+        return kDenied;
     }
-    busy = false;
-    return result;
 }
 
 } // namespace korvex

@@ -1,11 +1,10 @@
 #pragma once
 
-class QString;
-
 namespace korvex {
 
-/// Runs a sign-in with the credential provider's JSON text; the verdict 1, 0 or -1. Never throws:
+/// Runs a sign-in with the credential provider's JSON text (null counts as empty); the verdict 1, 0
+/// or -1. Never throws:
 /// a fault nobody expected is logged and denies.
-int executeSignIn(const QString& json);
+int executeSignIn(const wchar_t* json);
 
 } // namespace korvex

@@ -144,10 +144,9 @@ void MainWindow::createDeveloperTools()
 void MainWindow::createTransaction(const QJsonDocument& input)
 {
     m_transaction = std::make_unique<Transaction>(input);
-    // A page that stops answering is stopped, and so counts as a failed load.
     m_loadWatch.setSingleShot(true);
     m_loadWatch.setInterval(requestTimeout());
-    connect(&m_loadWatch, &QTimer::timeout, m_view.get(), &QWebEngineView::stop);
+    connect(&m_loadWatch, &QTimer::timeout, this, &MainWindow::onLoadStalled);
     connect(m_view.get(), &QWebEngineView::loadProgress, this, [this] {
         if (m_firstLoadPending)
             m_loadWatch.start();
@@ -186,15 +185,30 @@ void MainWindow::loadFinished(bool success)
         retryLoad();
 }
 
+void MainWindow::onLoadStalled()
+{
+    // A load that is stopped reports that it failed; a page whose script never yields does not.
+    if (m_stopRequested) {
+        retryLoad();
+        return;
+    }
+    m_stopRequested = true;
+    m_loadWatch.start();
+    m_view->stop();
+}
+
 void MainWindow::retryLoad()
 {
     m_loadWatch.stop();
+    m_stopRequested = false;
     if (m_loadRetriesLeft-- <= 0) {
         giveUpLoading();
         return;
     }
     logger().logWarning(0, QStringLiteral("Failed to load view: ") + m_view->url().toString());
     QTimer::singleShot(kRetryDelay, m_view.get(), [this] {
+        if (!m_firstLoadPending)
+            return;
         m_loadWatch.start();
         m_view->reload();
     });
@@ -214,6 +228,9 @@ void MainWindow::onTitleChanged(const QString& title)
     if (!title.contains(QLatin1String("token")))
         return;
     logger().log(1, QStringLiteral("Transaction token received"));
+    // The page has done its part; what becomes of its load must not decide the sign-in any more.
+    m_firstLoadPending = false;
+    m_loadWatch.stop();
     // A title that is no JSON gives an empty token, which the service judges like any other.
     const QJsonDocument message = QJsonDocument::fromJson(title.toUtf8());
     m_transaction->credentials(message[QLatin1String("token")].toString());

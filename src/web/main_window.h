@@ -51,6 +51,7 @@ private:
     void createView();
     void createDeveloperTools();
     void createTransaction(const QJsonDocument& input);
+    void onLoadStalled();
     void retryLoad();
     void giveUpLoading();
     void onTitleChanged(const QString& title);
@@ -65,6 +66,7 @@ private:
     std::unique_ptr<QWebEngineView> m_view;
 
     QTimer m_loadWatch;
+    bool m_stopRequested = false; ///< the load that stalled was told to stop
     bool m_firstLoadPending = true;
     int m_loadRetriesLeft = 10;
 };

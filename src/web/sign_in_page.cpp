@@ -10,14 +10,16 @@ SignInPage::SignInPage(QWebEngineProfile& profile)
     : QWebEnginePage(&profile)
 {}
 
-bool SignInPage::acceptNavigationRequest(const QUrl& url, NavigationType, bool)
+bool SignInPage::acceptNavigationRequest(const QUrl& url, NavigationType, bool isMainFrame)
 {
-    static const QStringList schemes = {QStringLiteral("https"), QStringLiteral("http"),
-                                        QStringLiteral("about"), QStringLiteral("data"),
-                                        QStringLiteral("blob")};
-    if (schemes.contains(url.scheme()))
+    const QString scheme = url.scheme();
+    if (scheme == QLatin1String("https") || scheme == QLatin1String("http") ||
+        scheme == QLatin1String("about"))
         return true;
-    logger().logWarning(0, QStringLiteral("Navigation refused: ") + url.toDisplayString());
+    if (!isMainFrame && (scheme == QLatin1String("data") || scheme == QLatin1String("blob")))
+        return true;
+    // Not at level 0: a page could fill the log with it.
+    logger().logWarning(1, QStringLiteral("Navigation refused: ") + url.toDisplayString());
     return false;
 }
 
@@ -36,6 +38,23 @@ QStringList SignInPage::chooseFiles(FileSelectionMode, const QStringList&, const
 QWebEnginePage* SignInPage::createWindow(WebWindowType)
 {
     return nullptr;
+}
+
+void SignInPage::javaScriptAlert(const QUrl&, const QString& message)
+{
+    logger().log(3, QStringLiteral("Web alert: ") + message);
+}
+
+bool SignInPage::javaScriptConfirm(const QUrl&, const QString& message)
+{
+    logger().log(3, QStringLiteral("Web question refused: ") + message);
+    return false;
+}
+
+bool SignInPage::javaScriptPrompt(const QUrl&, const QString& message, const QString&, QString*)
+{
+    logger().log(3, QStringLiteral("Web question refused: ") + message);
+    return false;
 }
 
 void SignInPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString& message,

@@ -5,7 +5,7 @@
 namespace korvex {
 
 /// The page of the service, kept to what a logon desktop may offer: no certificate error is
-/// accepted, no file dialog or second window opens, and only web addresses are navigated to.
+/// accepted, no dialog or second window opens, and the page itself stays on web addresses.
 /// (Downloads are refused by the profile, which accepts none.)
 class SignInPage : public QWebEnginePage
 {
@@ -21,6 +21,10 @@ protected:
     QStringList chooseFiles(FileSelectionMode mode, const QStringList& oldFiles,
                             const QStringList& acceptedMimeTypes) override;
     QWebEnginePage* createWindow(WebWindowType type) override;
+    void javaScriptAlert(const QUrl& origin, const QString& message) override;
+    bool javaScriptConfirm(const QUrl& origin, const QString& message) override;
+    bool javaScriptPrompt(const QUrl& origin, const QString& message, const QString& defaultValue,
+                          QString* result) override;
     void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel level, const QString& message,
                                   int lineNumber, const QString& sourceId) override;
 };

@@ -13,7 +13,8 @@ namespace korvex {
 /// The object "KorvexNativeNotifier" of the page's web channel, through which the page's scripts
 /// raise card events in the application. The page loads the web-channel script itself; a call gives
 /// it no value back. Neither filters nor queues.
-class WebJsEventDispatcher : public QObject, private NonMovableCopyable
+// A private base; without the keyword, because only so moc lists it in qt_metacast().
+class WebJsEventDispatcher : public QObject, NonMovableCopyable
 {
     Q_OBJECT
 

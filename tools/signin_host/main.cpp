@@ -85,7 +85,9 @@ std::optional<Options> parse(const std::vector<std::string>& arguments)
             options.library = arguments[++i];
         } else if (arguments[i] == "--thread") {
             options.groups.push_back({.ownThread = true, .inputs = {}});
-        } else if (const auto text = readInput(arguments[i]); text && !text->starts_with("--")) {
+        } else if (arguments[i].starts_with("--")) {
+            return std::nullopt;
+        } else if (const auto text = readInput(arguments[i])) {
             options.groups.back().inputs.push_back(*text);
             any = true;
         } else {

@@ -13,6 +13,7 @@ std::expected<Execute, std::string> loadExecute(const std::string& path)
         ::GetModuleFileNameW(nullptr, program, MAX_PATH - 1);
         file = std::filesystem::path(program).parent_path() / L"korvexLogin.dll";
     }
+    file = std::filesystem::absolute(file);
     // The library's own folder is searched for the libraries that it needs.
     const HMODULE library = ::LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
     const FARPROC symbol = library ? ::GetProcAddress(library, "korvex_execute") : nullptr;
