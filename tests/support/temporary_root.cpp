@@ -10,6 +10,9 @@ namespace korvex::test {
 
 TemporaryRoot::TemporaryRoot()
 {
+    // An empty root would be the machine's own.
+    if (!m_directory.isValid())
+        qFatal("no temporary folder: %s", qPrintable(m_directory.errorString()));
     qputenv("KORVEX_ROOT", QFile::encodeName(m_directory.path()));
 }
 

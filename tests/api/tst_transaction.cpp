@@ -1,0 +1,333 @@
+#include "api/service_state.h"
+#include "api/transaction.h"
+
+#include <QElapsedTimer>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QSysInfo>
+#include <QtTest>
+
+using namespace korvex;
+using mfa_service::Behaviour;
+using test::kCredentials;
+using test::kInit;
+using test::runInEventLoop;
+
+namespace {
+
+QJsonDocument input(const QJsonValue& user, const QString& ip = {})
+{
+    return QJsonDocument(QJsonObject{{"user", user}, {"ip", ip}});
+}
+
+/// Resolves names on a machine PC1 without a directory, where no program answers.
+IdentityResolver resolver()
+{
+    return IdentityResolver(
+        {[](const QString&) { return QString(); }, [] { return QString(); },
+         [] { return QString("PC1"); }},
+        [](const QString&, const QString&, QString&, QString&) { return false; });
+}
+
+} // namespace
+
+class TestTransaction : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_state.startAnew();
+        m_boxes.texts.clear();
+    }
+    void cleanup() { QVERIFY(!m_state.secretWasLogged()); }
+
+    void initRequest_data();
+    void initRequest();
+    void missingUser();
+    void upn();
+    void noUpn();
+    void webAddress_data();
+    void webAddress();
+    void credentialAnswer_data();
+    void credentialAnswer();
+    void tokenOutOfTurn();
+    void verdictMeanwhile_data();
+    void verdictMeanwhile();
+    void unknownPostType();
+
+private:
+    QByteArray bodyOf(const QString& path)
+    {
+        for (const auto& request : m_state.service().requests())
+            if (request.path == path)
+                return request.body;
+        return "not received";
+    }
+
+    /// Opens a transaction and types the code on its page; the token that the page hands over.
+    QString tokenOf(Transaction& transaction, const QString& user)
+    {
+        QSignalSpy pages(&transaction, &Transaction::showWebPage);
+        transaction.start();
+        QNetworkRequest request(QUrl(pages.value(0).value(0).toUrl().toString() + "/code"));
+        request.setHeader(QNetworkRequest::ContentTypeHeader, "application/json");
+        const QJsonObject body{{"code", m_state.service().currentCode(user)}};
+        QNetworkAccessManager manager;
+        QNetworkReply* const reply = manager.post(request, QJsonDocument(body).toJson());
+        QSignalSpy(reply, &QNetworkReply::finished).wait();
+        return QJsonDocument::fromJson(reply->readAll()).object().value("accessToken").toString();
+    }
+
+    test::ServiceState m_state;
+    test::BoxWatcher m_boxes;
+};
+
+void TestTransaction::initRequest_data()
+{
+    QTest::addColumn<QString>("ip");
+    QTest::addColumn<QString>("name"); // as sent
+    QTest::addColumn<QString>("warning");
+    // A row's name is the user.
+    QTest::newRow("CORP\\alice") << "" << "CORP\\alice" << "";
+    QTest::newRow(".\\jdoe") << "10.0.0.5" << "jdoe" << "";
+    QTest::newRow("jdoe") << "fe80::1%eth0" << "PC1\\jdoe" << "";
+    QTest::newRow("jdoe@contoso.com")
+        << "not-an-ip" << "contoso.com\\jdoe"
+        << "[Warning] Incorrect ip (IPv4/IPv6) address format: not-an-ip";
+    QTest::newRow("%1\\%2") << "%3" << "%1\\%2"
+                            << "[Warning] Incorrect ip (IPv4/IPv6) address format: %3";
+}
+
+void TestTransaction::initRequest()
+{
+    QFETCH(QString, ip);
+    QFETCH(QString, name);
+    Transaction transaction(input(QTest::currentDataTag(), ip), resolver());
+    QSignalSpy pages(&transaction, &Transaction::showWebPage);
+    QVERIFY(m_state.paths().isEmpty());
+    QCOMPARE(transaction.start(), 1);
+    QCOMPARE(m_state.paths(), QStringList({"/", kInit}));
+    QCOMPARE(pages.size(), 1);
+    QVERIFY(!verdictGiven());
+
+    const QString body = "{\"params\":{\"appVer\":\"5.5.0-67381a3\",\"hostName\":\"" +
+                         QSysInfo::machineHostName() + "\",\"hrpsk\":\"\",\"rdpMode\":" +
+                         (ip.isEmpty() ? "false" : "true,\"userIP\":\"" + ip + '"') +
+                         "},\"systemToken\":\"system-token\",\"username\":\"" +
+                         QString(name).replace("\\", "\\\\") + "\"}";
+    QCOMPARE(bodyOf(kInit), body.toUtf8());
+
+    const QStringList log = m_state.takeLog();
+    QCOMPARE(log.filter("Init step"),
+             QStringList("Init step: URL: " + m_state.service().baseUrl() +
+                         ", systemToken: system-token, username: " + name));
+    QTEST(log.filter("[Warning]").join('|'), "warning");
+    QCOMPARE(log.filter("[Debug Requests]"), QStringList());
+}
+
+void TestTransaction::missingUser()
+{
+    mainKey().writeString("FailMode", "bypass"); // has no say in this
+    for (const QJsonDocument& document :
+         {input("CORP\\", "not-an-ip"), input(5), QJsonDocument()}) {
+        clearVerdict();
+        Transaction transaction(document, resolver());
+        QCOMPARE(runInEventLoop([&] { QCOMPARE(transaction.start(), 0); }), 0);
+        const QStringList log = m_state.takeLog();
+        QCOMPARE(log.mid(log.size() - 2), // after the look for the domain
+                 QStringList({"[Error] Missing field exception: userName",
+                              "User access denied, reason: Invalid transaction fields"}));
+    }
+    QVERIFY(m_state.paths().isEmpty());
+}
+
+void TestTransaction::upn()
+{
+    const QString upn = "jdoe@contoso.com";
+    mainKey().writeBool("sendUPN", true);
+    Transaction transaction(input(upn), resolver());
+    QCOMPARE(runInEventLoop([&] {
+                 const QString token = tokenOf(transaction, upn);
+                 mainKey().writeBool("sendUPN", false); // too late for this sign-in
+                 QCOMPARE(transaction.credentials(token), 1);
+             }),
+             1);
+    QVERIFY(bodyOf(kInit).endsWith("\"username\":\"jdoe@contoso.com\"}"));
+    QCOMPARE(m_state.takeLog().filter("Both 'sendUPN' and 'sendNTLM'").size(), 1);
+}
+
+void TestTransaction::noUpn()
+{
+    mainKey().writeBool("sendUPN", true);
+    const QString reason = " reason: Could not retrieve correct UPN!";
+    for (const auto& [failMode, line] :
+         {std::pair(QString("bypass"), "User access granted," + reason + " FailMode bypass."),
+          {QString("deny"), "User access denied," + reason}}) {
+        clearVerdict();
+        mainKey().writeString("FailMode", failMode);
+        Transaction transaction(input("jdoe"), resolver());
+        QCOMPARE(runInEventLoop([&] { QCOMPARE(transaction.start(), 0); }),
+                 failMode == "bypass" ? 1 : 0);
+        const QStringList log = m_state.takeLog();
+        QCOMPARE(log.filter("User access"), QStringList(line));
+        QCOMPARE(log.filter("Both 'sendUPN' and 'sendNTLM'").size(), 1);
+        QCOMPARE(log.filter("Init step"), QStringList());
+    }
+    QCOMPARE(m_state.paths(), QStringList({"/", "/"}));
+}
+
+void TestTransaction::webAddress_data()
+{
+    QTest::addColumn<QJsonValue>("address");
+    QTest::addColumn<QString>("line");
+    for (const char* const good : {"https://mfa.example/x?a=b%20c#d", "HTTP://[::1]:8080"})
+        QTest::newRow(good) << QJsonValue(good)
+                            << QString("[Verbose 2] Show web page, URL: ") + good;
+    const QString missing = "[Error] Web URI not received";
+    QTest::newRow("missing") << QJsonValue(QJsonValue::Undefined) << missing;
+    QTest::newRow("empty") << QJsonValue("") << missing;
+    QTest::newRow("number") << QJsonValue(5) << missing;
+    for (const char* const bad : {"file:///etc/passwd", "javascript:alert(1)", "https:///path",
+                                  "/signin/1", "mfa.example", "http://[::1"})
+        QTest::newRow(bad) << QJsonValue(bad)
+                           << QString("[Error] Web URI is no web address: ") + bad;
+}
+
+void TestTransaction::webAddress()
+{
+    QFETCH(QJsonValue, address);
+    QFETCH(QString, line);
+    QJsonObject result{{"other", 1}};
+    if (!address.isUndefined())
+        result.insert("webURI", address);
+    m_state.service().setResult(kInit, result);
+    Transaction transaction(input("jdoe"), resolver());
+    QSignalSpy pages(&transaction, &Transaction::showWebPage);
+    const bool good = !line.startsWith("[Error]");
+    QCOMPARE(runInEventLoop([&] { QCOMPARE(transaction.start(), good ? 1 : 0); }),
+             good ? test::kNoVerdict : 0);
+    QCOMPARE(pages.size(), good ? 1 : 0);
+    const QStringList log = m_state.takeLog();
+    QVERIFY(log.contains(line));
+    if (good) {
+        QCOMPARE(pages[0][0].toUrl(), QUrl(address.toString()));
+        return;
+    }
+    QCOMPARE(log.last(),
+             QString("User access denied, reason: Korvex server unsupported failure response"));
+    QCOMPARE(transaction.credentials("t"), 0);
+    QCOMPARE(m_state.paths(), QStringList({"/", kInit}));
+}
+
+void TestTransaction::credentialAnswer_data()
+{
+    QTest::addColumn<QByteArray>("result");
+    QTest::addColumn<int>("verdict");
+    QTest::addColumn<QString>("line"); // before the verdict's
+    const auto row = [](const char* result, int verdict, const char* line) {
+        QTest::newRow(result) << QByteArray(result) << verdict << QString::fromUtf8(line);
+    };
+    row(R"({"systemToken":"system-token","username":"CORP\\zoé","erpsk":"c2VhbGVk"})", 1,
+        "Received new secret, which this version does not keep");
+    // The same letters, composed otherwise.
+    row(R"({"systemToken":"system-token","username":"CORP\\zoe\u0301"})", 0,
+        "[Warning] Invalid authentication data! User: CORP\\zoe\u0301, Token: system-token");
+    row(R"({"systemToken":null,"username":["CORP\\zoé"]})", 0,
+        "[Warning] Invalid authentication data! User: , Token: ");
+    row(R"({"systemToken":"%2","username":"%1%2"})", 0,
+        "[Warning] Invalid authentication data! User: %1%2, Token: %2");
+}
+
+void TestTransaction::credentialAnswer()
+{
+    QFETCH(QByteArray, result);
+    QFETCH(int, verdict);
+    QFETCH(QString, line);
+    const QString user = QString::fromUtf8("CORP\\zoé");
+    m_state.service().setResult(kCredentials, QJsonDocument::fromJson(result).object());
+    Transaction transaction(input(user), resolver());
+    QCOMPARE(runInEventLoop([&] {
+                 const QString token = tokenOf(transaction, user);
+                 m_state.takeLog();
+                 QCOMPARE(transaction.credentials(token), verdict);
+             }),
+             verdict);
+    const QString end = verdict == 1
+                            ? "User access granted, reason: User allowed by Korvex server"
+                            : "User access denied, reason: Authentication data does not match";
+    QCOMPARE(m_state.takeLog(), QStringList({line, end}));
+}
+
+void TestTransaction::tokenOutOfTurn()
+{
+    mainKey().writeNumber("RequestTimeout", 400);
+    m_state.service().setBehaviour(kCredentials, {.kind = Behaviour::Kind::Hang});
+    Transaction transaction(input("jdoe"), resolver());
+    const auto isIgnored = [&](const QString& token) {
+        m_state.takeLog();
+        return transaction.credentials(token) == 0 &&
+               m_state.takeLog() ==
+                   QStringList("[Verbose 1] Transaction does not wait for a token, token ignored");
+    };
+    QVERIFY(isIgnored("before the start"));
+    bool crossed = false;
+    QTimer::singleShot(200, [&] { crossed = isIgnored("while another waits for its answer"); });
+    QCOMPARE(runInEventLoop([&] {
+                 QCOMPARE(transaction.start(), 1);
+                 QCOMPARE(transaction.credentials(QString("\"\\\n") + QChar(0)), 0);
+                 QVERIFY(crossed);
+                 QVERIFY(isIgnored("after the verdict"));
+             }),
+             0);
+    QCOMPARE(m_state.paths(), QStringList({"/", kInit, kCredentials}));
+    QCOMPARE(bodyOf(kCredentials), QByteArray("{\"accessToken\":\"\\\"\\\\\\n\\u0000\","
+                                              "\"systemToken\":\"system-token\"}"));
+}
+
+void TestTransaction::verdictMeanwhile_data()
+{
+    QTest::addColumn<QString>("path");
+    for (const QString& path : {QString("/"), kInit, kCredentials})
+        QTest::newRow(qPrintable(path)) << path;
+}
+
+/// Somebody else's verdict while the transaction waits for an answer ends everything at once.
+void TestTransaction::verdictMeanwhile()
+{
+    QFETCH(QString, path);
+    m_state.service().setBehaviour(path, {.kind = Behaviour::Kind::Hang});
+    Transaction transaction(input("jdoe"), resolver());
+    QTimer poll;
+    connect(&poll, &QTimer::timeout, [&] {
+        if (m_state.paths().contains(path) && !verdictGiven())
+            deny("by a test");
+    });
+    poll.start(10);
+    QElapsedTimer time;
+    time.start();
+    QCOMPARE(runInEventLoop([&] {
+                 transaction.start();
+                 transaction.credentials("t");
+             }),
+             0);
+    QVERIFY(time.elapsed() < 5000);
+    QCOMPARE(m_state.paths().last(), path);
+    const QStringList log = m_state.takeLog();
+    QCOMPARE(log.filter(QRegularExpression("User access|not followed|MessageBox|PostError")),
+             QStringList("User access denied, reason: by a test"));
+    QCOMPARE(m_boxes.texts, QStringList());
+}
+
+void TestTransaction::unknownPostType()
+{
+    Transaction transaction(input("jdoe"), resolver());
+    const auto unknown = static_cast<Transaction::PostType>(2);
+    QCOMPARE(runInEventLoop([&] { QVERIFY(transaction.buildPostData(unknown).isEmpty()); }), 0);
+    QCOMPARE(m_state.takeLog().join('|'), QString("User access denied, reason: Unsupported post "
+                                                  "type. Contact with Korvex team"));
+}
+
+QTEST_MAIN(TestTransaction)
+#include "tst_transaction.moc"

@@ -1,0 +1,437 @@
+#include "api/verdict.h"
+#include "context/identity.h"
+#include "core/process_state.h"
+
+#include <QJsonObject>
+#include <QtTest>
+#include <mutex>
+#include <thread>
+
+using namespace korvex;
+using platform::RegistryKey;
+
+Q_DECLARE_METATYPE(korvex::Identity)
+
+namespace {
+
+// The argument strings of PowerShell, not as raw literals, which moc misreads.
+const QString kUserOfUpn =
+    "-NoProfile -Command "
+    "\"([adsisearcher]\\\"(userprincipalname=%1)\\\").FindOne().Properties.samaccountname\"";
+const QString kUpnOf =
+    "-NoProfile -Command "
+    "\"([adsisearcher]\\\"(samaccountname=%1)\\\").FindOne().Properties.userprincipalname\"";
+const QString kMailOf =
+    "-NoProfile -Command \"([adsisearcher]\\\"(samaccountname=%1)\\\").FindOne().Properties.mail\"";
+const QString kLocalMailOf = "-NoProfile -Command \"(Get-LocalUser -Name '%1').Description\"";
+const QString kGcpw = "HKEY_LOCAL_MACHINE\\SOFTWARE\\Google\\GCPW\\Users\\S-1-7";
+const QString kMicrosoft =
+    "HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Authentication\\"
+    "Credential Providers\\{D6886603-9D2F-4EB2-B667-1971041FA96B}\\S-1-7\\UserNames\\";
+
+/// A machine named PC1 with one account, "jdoe", that has a SID.
+struct Machine
+{
+    explicit Machine(QString directory = {})
+        : joinedDomain(std::move(directory))
+    {}
+
+    QString joinedDomain;
+    std::expected<QString, quint32> computerName = "PC1";
+    QMap<QString, QString> answers; ///< of PowerShell to commands; it fails for all others
+    std::mutex mutex;
+    QStringList commands; ///< as run
+    int ownThread = 0;    ///< how many of them on the test's own thread
+
+    IdentityResolver resolver()
+    {
+        const auto testThread = std::this_thread::get_id();
+        return IdentityResolver(
+            {[](const QString& account) { return QString(account == "jdoe" ? "S-1-7" : ""); },
+             [this] { return joinedDomain; }, [this] { return computerName; }},
+            [this, testThread](const QString& program, const QString& arguments, QString& output,
+                               QString&) {
+                const std::lock_guard lock(mutex);
+                ownThread += std::this_thread::get_id() == testThread;
+                commands << (program == "PowerShell" ? arguments : "not PowerShell");
+                output = answers.value(arguments);
+                return answers.contains(arguments);
+            });
+    }
+};
+
+QJsonDocument input(const QString& user, const QString& ip = {})
+{
+    return QJsonDocument(QJsonObject{{"user", user}, {"ip", ip}});
+}
+
+} // namespace
+
+class TestIdentity : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_state.startAnew(); }
+
+    void emails();
+    void names_data();
+    void names();
+    void inputWithoutMembers();
+    void noComputerName();
+    void directoryAndLocalLookups_data();
+    void directoryAndLocalLookups();
+    void cachedUpn();
+    void unsafeNames();
+    void otherProviders();
+    void emailForSendUpn_data();
+    void emailForSendUpn();
+    void nameToSend_data();
+    void nameToSend();
+
+private:
+    /// The log without the line that every look at the directory's name writes.
+    QStringList takeLog()
+    {
+        QStringList log = m_state.takeLog();
+        log.removeAll("[Verbose 1] Reading Active Directory name...");
+        return log;
+    }
+
+    test::ProcessState m_state;
+};
+
+void TestIdentity::emails()
+{
+    for (const char* const text : {"jdoe@contoso.com", "J.Doe+x%y_z-1@SUB.CONTOSO.COM", "1@2.xy"})
+        QVERIFY2(isEmail(text), text);
+    for (const char* const text :
+         {"", "jdoe", "jdoe@host", "jdoe@contoso.c", "jdoe@contoso.c0m", "@contoso.com",
+          "a@b@c.com", "j doe@contoso.com", " jdoe@contoso.com", "o'brien@contoso.com",
+          "a\\jdoe@contoso.com"})
+        QVERIFY2(!isEmail(text), text);
+}
+
+void TestIdentity::names_data()
+{
+    QTest::addColumn<QString>("user");
+    QTest::addColumn<QString>("directory");
+    QTest::addColumn<QString>("found");        // in the directory, for the UPN
+    QTest::addColumn<QStringList>("expected"); // user name, domain, e-mail
+    const auto row = [](const QString& user, const QString& directory, const QString& found,
+                        const QStringList& expected) {
+        QTest::addRow("%s, %s", qPrintable(user), qPrintable(directory + ' ' + found))
+            << user << directory << found << expected;
+    };
+    const QString mail = "jdoe@contoso.com";
+    row("CONTOSO\\jdoe", "CORP", "", {"jdoe", "CONTOSO", ""});
+    row("jdoe", "", "", {"jdoe", "PC1", ""});
+    row("jdoe", "CORP", "", {"jdoe", "CORP", ""});
+    row(".\\jdoe", "CORP", "", {"jdoe", ".", ""});
+    row("\\jdoe", "", "", {"jdoe", "PC1", ""});
+    row("CONTOSO\\", "", "", {"", "CONTOSO", ""});
+    row("A\\B\\jdoe", "", "", {"jdoe", "A", ""});
+    row("jdoe@host", "", "", {"jdoe@host", "PC1", ""});
+    row("", "", "", {"", "PC1", ""});
+    row(mail, "", "", {"jdoe", "contoso.com", mail});
+    row(mail, "CORP", "", {"jdoe", "contoso.com", mail});
+    row(mail, "CORP", "doej", {"doej", "CORP", mail});
+    row(mail, "CORP", "failed", {"jdoe", "contoso.com", mail});
+    row("CONTOSO\\" + mail, "CORP", "doej", {"doej", "CONTOSO", mail});
+    row("CONTOSO\\" + mail, "CORP", "", {"jdoe", "CONTOSO", mail});
+    row("AzureAD\\" + mail, "CORP", "", {"jdoe", "contoso.com", mail});
+    row("AzureAD\\" + mail, "CORP", "doej", {"doej", "AzureAD", mail});
+    row("azuread\\" + mail, "", "", {"jdoe", "azuread", mail});
+}
+
+void TestIdentity::names()
+{
+    QFETCH(QString, user);
+    QFETCH(QString, directory);
+    QFETCH(QString, found);
+    Machine machine(directory);
+    const QString command = kUserOfUpn.arg(user.section('\\', -1));
+    if (found != "failed")
+        machine.answers[command] = found;
+    const Identity identity = machine.resolver().resolve(input(user, "10.0.0.5"));
+    QTEST((QStringList{identity.userName, identity.domain, identity.userEmail}), "expected");
+    const bool asked = user.contains("contoso.com") && !directory.isEmpty();
+    QCOMPARE(machine.commands, asked ? QStringList(command) : QStringList());
+    QCOMPARE(identity.user, user);
+    QCOMPARE(identity.ip, QString("10.0.0.5"));
+    QVERIFY(identity.rdpMode);
+}
+
+void TestIdentity::inputWithoutMembers()
+{
+    for (const char* const json : {"", "[]", "{}", R"({"user":1,"ip":null})"}) {
+        Machine machine;
+        const Identity identity = machine.resolver().resolve(QJsonDocument::fromJson(json));
+        QCOMPARE(identity.user + identity.userName + identity.ip, QString());
+        QVERIFY(!identity.rdpMode);
+    }
+}
+
+void TestIdentity::noComputerName()
+{
+    Machine machine;
+    machine.computerName = std::unexpected(5u);
+    QCOMPARE(machine.resolver().resolve(input("jdoe")).domain, QString());
+    QCOMPARE(m_state.takeLog(), (QStringList{"[Verbose 1] Reading Active Directory name...",
+                                             "[Error] Failed to read computer name, error: 5"}));
+}
+
+void TestIdentity::directoryAndLocalLookups_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<QVariant>("answer"); // an invalid one: the command fails
+    QTest::addColumn<bool>("accepted");
+    QTest::addColumn<QStringList>("log");
+    const QString mail = "J.Doe@CONTOSO.COM";
+    const QString none = ", which means that ";
+    const QString undefined = " is either invalid or not defined for the user";
+
+    const QString looking = "[Verbose 1] Trying to find username by UPN...";
+    const QString azure = "[Verbose 1] Username not found. Treating given email as Azure Active "
+                          "Directory user...";
+    const auto row = [](const char* name, const QString& command, const QVariant& answer,
+                        bool accepted, const QStringList& log) {
+        QTest::newRow(name) << QString(command).replace("%1", "jdoe") << answer << accepted << log;
+    };
+    row("user found", kUserOfUpn, "doej", true, {looking, "Found user: doej"});
+    row("user not found", kUserOfUpn, "", false, {looking, azure});
+    row("user not asked", "", "user", false, {looking, azure});
+    row("user failed", kUserOfUpn, QVariant(), false,
+        {looking, "[Error] Failed to find username by UPN"});
+
+    const QString unjoined =
+        "[Warning] [GetUPN] Active Directory has not been detected on this machine. We recommend "
+        "disabling the Active Directory-related options in Windows Registry.";
+    const QString upn = "[Verbose 1] [GetUPN] Trying to get UPN for a user: jdoe";
+    const QString noUpn = "[Verbose 1] [GetUPN] No UPN found" + none + "an UPN" + undefined;
+    row("UPN found", kUpnOf, mail, true, {upn, "[GetUPN] Found UPN: " + mail});
+    row("UPN no e-mail", kUpnOf, "jdoe@host", false,
+        {upn, noUpn, "[Verbose 2] [GetUPN] output: jdoe@host"});
+    row("UPN empty", kUpnOf, "", false, {upn, noUpn, "[Verbose 2] [GetUPN] output: "});
+    row("UPN not asked", "", "UPN", false, {upn, unjoined});
+    row("UPN failed", kUpnOf, QVariant(), false,
+        {upn, "[Error] [GetUPN] Failed to get an UPN from Active Directory"});
+
+    const QString email = "[Verbose 1] [GetUserEmail] Trying to get email address from Active "
+                          "Directory for a user: jdoe";
+    const QString noEmail =
+        "[Verbose 1] [GetUserEmail] No email address found" + none + "an email" + undefined;
+    row("mail found", kMailOf, mail, true, {email, "[GetUserEmail] Found user email: " + mail});
+    row("mail no e-mail", kMailOf, "none", false,
+        {email, noEmail, "[Verbose 2] [GetUserEmail] output: none"});
+    row("mail not asked", "", "mail", false, {email, unjoined});
+    row("mail failed", kMailOf, QVariant(), false,
+        {email, "[Error] [GetUserEmail] Failed to get an email address from Active Directory"});
+
+    const QString local =
+        "[Verbose 1] [GetUserEmail] Trying to get email address for a local user: jdoe";
+    row("local found", kLocalMailOf, mail, true,
+        {local, "[GetUserEmail] Found local user email: " + mail});
+    row("local no e-mail", kLocalMailOf, "The boss", false,
+        {local,
+         "[Verbose 1] [GetUserEmail] No local email found" + none + "a local email" + undefined});
+    row("local failed", kLocalMailOf, QVariant(), false,
+        {local, "[Verbose 1] [GetUserEmail] Failed to get a local email"});
+}
+
+void TestIdentity::directoryAndLocalLookups()
+{
+    QFETCH(QString, command);
+    QFETCH(QVariant, answer);
+    QFETCH(bool, accepted);
+    Machine machine(command.isEmpty() ? "" : "CORP");
+    if (answer.isValid())
+        machine.answers[command] = answer.toString();
+    IdentityResolver resolver = machine.resolver();
+    const QByteArray lookup = QByteArray(QTest::currentDataTag()).split(' ').first();
+    const QString result = lookup == "user"   ? resolver.findUsernameByUpn("jdoe")
+                           : lookup == "UPN"  ? resolver.getUpn("jdoe")
+                           : lookup == "mail" ? resolver.getEmailFromDirectory("jdoe")
+                                              : resolver.getLocalUserEmail("jdoe@home@here");
+    QCOMPARE(result, accepted ? answer.toString() : QString());
+    QCOMPARE(machine.commands.join(' '), command);
+    QTEST(takeLog(), "log");
+}
+
+void TestIdentity::cachedUpn()
+{
+    const QString upn = "jdoe@contoso.com";
+    for (const QString answer : {"doej", "", "failed"}) {
+        Machine machine("CORP");
+        if (answer != "failed")
+            machine.answers[kUserOfUpn.arg(upn)] = answer;
+        IdentityResolver resolver = machine.resolver();
+        resolver.findUsernameByUpn(upn);
+        takeLog();
+        QCOMPARE(resolver.getUpn("doej"), answer == "failed" ? QString() : upn);
+        QCOMPARE(takeLog().contains("[GetUPN] UPN found in cache: " + upn), answer != "failed");
+        // Nothing of it for the next sign-in.
+        QCOMPARE(machine.resolver().getUpn("doej"), QString());
+    }
+}
+
+void TestIdentity::unsafeNames()
+{
+    const auto commandsFor = [](const QString& name, bool local) {
+        Machine machine("CORP");
+        if (local)
+            machine.resolver().getLocalUserEmail(name);
+        else
+            machine.resolver().getUpn(name);
+        return machine.commands;
+    };
+    const QString refusal = "[Warning] Name not looked up, it holds a character that would change "
+                            "the command: a";
+    const auto verifyRefused = [&](const QString& characters, bool local) {
+        for (const QChar character : characters) {
+            QCOMPARE(commandsFor(QString("a") + character, local), QStringList());
+            QCOMPARE(takeLog().filter(refusal).size(), 1);
+        }
+    };
+    verifyRefused(QStringLiteral("\"\u201c\u201d\u201e`$()*\\\n\u0001"), false);
+    verifyRefused(QStringLiteral("'\u2018\u2019\u201a\u201b\"*?[]`\n"), true);
+    // Harmless between double quotes, between single quotes, everywhere.
+    QCOMPARE(commandsFor("O'Brien", false), QStringList(kUpnOf.arg("O'Brien")));
+    QCOMPARE(commandsFor("J $1 (Home)", true), QStringList(kLocalMailOf.arg("J $1 (Home)")));
+    for (const bool local : {true, false})
+        QCOMPARE(commandsFor(QStringLiteral("Jürgen & Łucja %2"), local).size(), 1);
+}
+
+void TestIdentity::otherProviders()
+{
+    Machine machine;
+    const IdentityResolver resolver = machine.resolver();
+    const auto both = [&](const QString& user) {
+        return QStringList{resolver.getGcpwEmail(user), resolver.getMicrosoftAccountEmail(user)};
+    };
+    const QStringList none{"", ""};
+    QCOMPARE(both("jdoe"), none);
+    RegistryKey(kGcpw).writeString("email", "no address");
+    RegistryKey(kMicrosoft + "no address").create();
+    QCOMPARE(both("jdoe"), none);
+    QCOMPARE(m_state.takeLog(), QStringList());
+    RegistryKey(kGcpw).writeString("email", "j@gcpw.com");
+    RegistryKey(kMicrosoft + "j@live.com").create(); // before "no address" by name
+    RegistryKey(kMicrosoft + "k@live.com").create();
+    QCOMPARE(both("jdoe"), (QStringList{"j@gcpw.com", "j@live.com"}));
+    QCOMPARE(m_state.takeLog(),
+             (QStringList{"[GetUserEmail] Found GCPW user email: j@gcpw.com",
+                          "[GetUserEmail] Found MicrosoftLive user email: j@live.com"}));
+    QCOMPARE(both("nobody"), none);
+}
+
+void TestIdentity::emailForSendUpn_data()
+{
+    QTest::addColumn<QString>("user");
+    QTest::addColumn<QString>("known"); // whose look-ups find an address
+    QTest::addColumn<QString>("email");
+    QTest::addColumn<QStringList>("commands");
+    const QString upn = kUpnOf.arg("jdoe");
+    const QString mail = kMailOf.arg("jdoe");
+    const QString local = kLocalMailOf.arg("jdoe");
+    const auto row = [](const QString& user, const QString& known, const QString& email,
+                        const QStringList& commands) {
+        QTest::addRow("%s, %s", qPrintable(user), qPrintable(known))
+            << user << known << email << commands;
+    };
+    row("CORP\\jdoe", "upn mail gcpw live local", "upn@x.yz", {upn});
+    row("CORP\\jdoe", "mail gcpw live local", "mail@x.yz", {upn, mail});
+    row("CORP\\jdoe", "gcpw live local", "", {upn, mail});
+    row(".\\jdoe", "gcpw live local", "", {upn, mail}); // "." is no name of this machine
+    row("pc1\\jdoe", "upn mail gcpw live local", "gcpw@x.yz", {});
+    row("pc1\\jdoe", "upn mail live local", "live@x.yz", {});
+    row("pc1\\jdoe", "upn mail local", "local@x.yz", {local});
+    row("PC1\\jdoe", "upn mail", "", {local});
+    row("PC1\\nobody", "gcpw live", "", {kLocalMailOf.arg("nobody")});
+    row("x@y.zz", "upn mail gcpw live local", "x@y.zz", {kUserOfUpn.arg("x@y.zz")});
+}
+
+void TestIdentity::emailForSendUpn()
+{
+    QFETCH(QString, user);
+    QFETCH(QString, known);
+    QFETCH(QStringList, commands);
+    const auto answer = [&known](const QString& lookup) {
+        return known.split(' ').contains(lookup) ? lookup + "@x.yz" : QString();
+    };
+    Machine machine("CORP");
+    machine.answers = {{kUpnOf.arg("jdoe"), answer("upn")},
+                       {kMailOf.arg("jdoe"), answer("mail")},
+                       {kLocalMailOf.arg("jdoe"), answer("local")}};
+    RegistryKey(kGcpw).writeString("email", answer("gcpw"));
+    RegistryKey(kMicrosoft + answer("live")).create();
+    mainKey().writeBool("sendUPN", true);
+    QTEST(machine.resolver().resolve(input(user)).userEmail, "email");
+    QCOMPARE(machine.commands, commands);
+    QCOMPARE(machine.ownThread, user.contains('@') ? 1 : 0);
+
+    mainKey().writeBool("sendUPN", false);
+    machine.commands.clear();
+    QCOMPARE(machine.resolver().resolve(input(user)).userEmail, user.contains('@') ? user : "");
+    QCOMPARE(machine.commands.size(), user.contains('@') ? 1 : 0);
+}
+
+void TestIdentity::nameToSend_data()
+{
+    QTest::addColumn<QString>("settings"); // sendUPN and sendNTLM, "-" for an absent one
+    QTest::addColumn<QString>("failMode");
+    QTest::addColumn<Identity>("identity");
+    QTest::addColumn<QString>("sent");
+    QTest::addColumn<QStringList>("log");
+    const auto row = [](const char* settings, const QString& failMode, const QString& domain,
+                        const QString& email, const QString& sent, const QStringList& log = {}) {
+        const Identity identity{"CORP\\x", "jdoe", domain, email, "::1", true};
+        QTest::addRow("%s, %s, %s, %s", settings, qPrintable(failMode), qPrintable(domain),
+                      qPrintable(email))
+            << settings << failMode << identity << sent << log;
+    };
+    const QString mail = "j@x.yz";
+    const QString both = "[Verbose 1] [Warning] Both 'sendUPN' and 'sendNTLM' options are defined, "
+                         "only 'sendUPN' will be used";
+    const QString granted =
+        "User access granted, reason: Could not retrieve correct UPN! FailMode bypass.";
+    const QString denied = "User access denied, reason: Could not retrieve correct UPN!";
+    for (const char* const settings : {"--", "0-", "-1", "01"}) {
+        row(settings, "deny", "CORP", mail, "CORP\\jdoe");
+        row(settings, "deny", "CORP", "", "CORP\\jdoe");
+        row(settings, "deny", "", mail, "jdoe");
+        row(settings, "deny", ".", mail, "jdoe");
+    }
+    row("-0", "deny", "CORP", mail, "jdoe");
+    row("1-", "deny", "CORP", mail, mail, {both});
+    row("11", "deny", "CORP", mail, mail, {both});
+    row("10", "deny", "CORP", mail, mail);
+    row("10", "deny", "CORP", "", "", {denied});
+    row("10", "Bypass", "CORP", "", "", {denied});
+    row("10", "bypass", "CORP", "", "", {granted});
+    row("10", "-", "CORP", "", "", {granted});
+    row("1-", "deny", "CORP", "", "", {both, denied});
+}
+
+void TestIdentity::nameToSend()
+{
+    QFETCH(QString, settings);
+    QFETCH(QString, failMode);
+    QFETCH(Identity, identity);
+    QFETCH(QStringList, log);
+    if (settings[0] != '-')
+        mainKey().writeBool("sendUPN", settings[0] == '1');
+    if (settings[1] != '-')
+        mainKey().writeBool("sendNTLM", settings[1] == '1');
+    if (failMode != "-")
+        mainKey().writeString("FailMode", failMode);
+    Machine machine;
+    clearVerdict();
+    QTEST(machine.resolver().nameToSend(identity), "sent");
+    QCOMPARE(m_state.takeLog(), log);
+    QCOMPARE(verdictGiven(), !log.filter("User access").isEmpty());
+}
+
+QTEST_GUILESS_MAIN(TestIdentity)
+
+#include "tst_identity.moc"

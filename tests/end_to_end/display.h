@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QProcess>
+#include <QString>
+
+namespace korvex::test {
+
+/// An X display of the test's own, so that windows of tests that run side by side never meet.
+/// There is no window manager on it, as there is none on a logon desktop.
+class Display
+{
+public:
+    /// Starts Xvfb on a free display number; fails the process when it cannot.
+    Display();
+    ~Display();
+
+    QString name() const { return m_name; }
+
+    /// What a person does at the keyboard.
+    void type(const QString& text) const;
+    void press(const QString& key) const;
+
+    /// Asks the topmost visible window to close, as its close button does.
+    bool closeTopWindow() const;
+    /// Whether any window is visible.
+    bool hasVisibleWindow() const;
+
+private:
+    QProcess m_server;
+    QString m_name;
+};
+
+} // namespace korvex::test

@@ -1,0 +1,186 @@
+#include "end_to_end/sign_in_rig.h"
+
+#include "core/settings.h"
+#include "platform/paths.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+#include <unistd.h>
+
+namespace korvex::test {
+
+namespace {
+
+constexpr int kRunTimeout = 60000; // milliseconds
+constexpr char kSubmit[] =
+    "fetch(location.pathname + '/code', {method: 'POST', body: JSON.stringify({code: 'CODE'}),"
+    " headers: {'Content-Type': 'application/json'}}).then(a => a.json())"
+    ".then(a => { document.title = JSON.stringify({token: a.accessToken}); })";
+
+/// Presses Return as long as the newest log entry is a message box.
+class BoxKeeper
+{
+public:
+    BoxKeeper(const TemporaryRoot& root, const Display& display, int from)
+        : m_root(root)
+        , m_display(display)
+        , m_from(from)
+    {}
+
+    void look()
+    {
+        const QStringList messages = m_root.logMessages().mid(m_from);
+        if (messages.isEmpty() || !messages.last().startsWith(QLatin1String("[MessageBox]")) ||
+            !m_display.hasVisibleWindow())
+            return;
+        if (messages.size() != m_boxAt)
+            ++m_count;
+        m_boxAt = messages.size();
+        m_display.press(QStringLiteral("Return"));
+    }
+
+    int count() const { return m_count; }
+
+private:
+    const TemporaryRoot& m_root;
+    const Display& m_display;
+    int m_from;
+    int m_boxAt = -1;
+    int m_count = 0;
+};
+
+} // namespace
+
+QString Outcome::lastVerdict() const
+{
+    static const QRegularExpression line(
+        QStringLiteral("^User access (granted|denied), reason: (.*)$"));
+    for (auto message = log.crbegin(); message != log.crend(); ++message)
+        if (const auto match = line.match(*message); match.hasMatch())
+            return match.captured(1) + QStringLiteral(": ") + match.captured(2);
+    return {};
+}
+
+SignInRig::SignInRig()
+{
+    mfa_service::ServiceOptions options;
+    options.systemToken = QStringLiteral("system-token");
+    options.secretKey = QStringLiteral("secret-key");
+    options.codeReady = [this](const QString&, const QString& code) {
+        const std::lock_guard lock(m_mutex);
+        m_code = code;
+        QString script = m_script;
+        if (!script.isEmpty())
+            m_service->setPage(
+                QStringLiteral("<!doctype html><meta charset=utf-8><title>Sign in</title>"
+                               "<div class=panel>Test</div><script>%1</script>")
+                    .arg(script.replace(QLatin1String("SUBMIT"), QLatin1String(kSubmit))
+                             .replace(QLatin1String("CODE"), code))
+                    .toUtf8());
+    };
+    m_service = std::make_unique<mfa_service::MfaService>(options);
+    if (const auto started = m_service->start(); !started)
+        qFatal("%s", qPrintable(started.error()));
+    showScript(QStringLiteral("SUBMIT"));
+
+    QDir().mkpath(platform::installDirectory());
+    set(QStringLiteral("systemToken"), options.systemToken);
+    set(QStringLiteral("SecretKey"), options.secretKey);
+    set(QStringLiteral("korvexApiServer"), m_service->baseUrl());
+    set(QStringLiteral("FailMode"), QStringLiteral("deny"));
+    set(QStringLiteral("debugMode"), 3);
+}
+
+void SignInRig::set(const QString& name, const QString& value)
+{
+    if (!mainKey().writeString(name, value))
+        qFatal("cannot write %s", qPrintable(name));
+}
+
+void SignInRig::set(const QString& name, qint32 value)
+{
+    if (!mainKey().writeNumber(name, value))
+        qFatal("cannot write %s", qPrintable(name));
+}
+
+void SignInRig::showRealPage()
+{
+    const std::lock_guard lock(m_mutex);
+    m_script.clear();
+    m_service->setPage({});
+}
+
+void SignInRig::showScript(const QString& script)
+{
+    const std::lock_guard lock(m_mutex);
+    m_script = script;
+}
+
+QString SignInRig::code() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_code;
+}
+
+Outcome SignInRig::run(const QStringList& arguments, const std::function<bool()>& meanwhile)
+{
+    QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+    variables.insert(QStringLiteral("DISPLAY"), m_display.name());
+    variables.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    // The web engine's sandbox cannot run as root, and the engine keeps files in the home folder.
+    if (::geteuid() == 0)
+        variables.insert(QStringLiteral("QTWEBENGINE_DISABLE_SANDBOX"), QStringLiteral("1"));
+    variables.insert(QStringLiteral("HOME"), m_root.path());
+    variables.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_root.path());
+    variables.insert(QStringLiteral("LANGUAGE"), QStringLiteral("en_US"));
+    for (auto entry = environment.cbegin(); entry != environment.cend(); ++entry)
+        variables.insert(entry.key(), entry.value());
+
+    const int before = m_root.logMessages().size();
+    BoxKeeper boxes(m_root, m_display, before);
+    bool done = !meanwhile;
+    QProcess host;
+    host.setProcessEnvironment(variables);
+    host.setProcessChannelMode(QProcess::MergedChannels);
+    QStringList command = m_wrapper + QStringList{QStringLiteral(KORVEX_SIGNIN_HOST)} + arguments;
+    const QString program = command.takeFirst();
+    host.start(program, command);
+    QElapsedTimer time;
+    time.start();
+    while (!host.waitForFinished(50) && host.state() != QProcess::NotRunning) {
+        boxes.look();
+        done = done || meanwhile();
+        if (time.elapsed() > kRunTimeout) {
+            qWarning("the host did not end; its log:\n%s",
+                     qPrintable(m_root.logMessages().mid(before).join(QLatin1Char('\n'))));
+            host.kill();
+            host.waitForFinished(5000);
+            break;
+        }
+    }
+
+    Outcome outcome;
+    outcome.output = host.readAll();
+    outcome.exitCode = host.exitCode();
+    outcome.crashed = host.exitStatus() != QProcess::NormalExit;
+    if (outcome.crashed)
+        qWarning("the host crashed; its output:\n%s", outcome.output.constData());
+    outcome.boxesDismissed = boxes.count();
+    outcome.log = m_root.logMessages().mid(before);
+    static const QRegularExpression line(QStringLiteral("^verdict: (-?\\d+)$"),
+                                         QRegularExpression::MultilineOption);
+    auto match = line.globalMatch(QString::fromUtf8(outcome.output));
+    while (match.hasNext())
+        outcome.verdicts.append(match.next().captured(1).toInt());
+    return outcome;
+}
+
+Outcome SignInRig::signIn(const QString& user)
+{
+    return run({QStringLiteral("{\"user\":\"%1\",\"ip\":\"\"}").arg(user)});
+}
+
+} // namespace korvex::test
