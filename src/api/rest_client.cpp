@@ -18,7 +18,7 @@ namespace korvex {
 
 namespace {
 
-constexpr qint64 kMaxAnswerSize = 4 * 1024 * 1024;
+constexpr qint64 kMaxAnswerSize = qint64{4} * 1024 * 1024;
 constexpr char kSignatureHeader[] = "X-Korvex-Signature";
 
 struct DeleteLater

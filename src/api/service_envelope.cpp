@@ -30,7 +30,7 @@ Result<QJsonObject> readServiceEnvelope(const QByteArray& body)
         return failure(ErrorCode::NotJsonObject);
 
     const QJsonObject answer = document.object();
-    const QJsonObject result = answer.value(QLatin1String("result")).toObject();
+    QJsonObject result = answer.value(QLatin1String("result")).toObject();
     if (text(answer, "status") == QLatin1String("OK") && !result.isEmpty())
         return result;
 

@@ -43,7 +43,7 @@ void reportFault(const QString& text)
         handler(text);
 }
 
-void setFaultHandler(std::function<void(const QString&)> handler)
+void setFaultHandler(const std::function<void(const QString&)>& handler)
 {
     QStringList kept;
     {

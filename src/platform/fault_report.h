@@ -11,6 +11,6 @@ namespace korvex::platform {
 void reportFault(const QString& text);
 
 /// Sets who hears of faults, and gives it those kept so far. An empty handler: keep them again.
-void setFaultHandler(std::function<void(const QString&)> handler);
+void setFaultHandler(const std::function<void(const QString&)>& handler);
 
 } // namespace korvex::platform

@@ -15,7 +15,7 @@ namespace korvex::platform {
 
 namespace {
 
-constexpr std::size_t kMaximumEntrySize = 1024 * 1024;
+constexpr std::size_t kMaximumEntrySize = std::size_t{1024} * 1024;
 
 std::optional<uid_t> userId(const QByteArray& name)
 {
