@@ -47,8 +47,8 @@ public:
     void pipeBroke() { m_pipeBroke = true; }
 
 private:
-    sigset_t m_signals;
-    sigset_t m_before;
+    sigset_t m_signals{};
+    sigset_t m_before{};
     bool m_isHostsOwn = false;
     bool m_pipeBroke = false;
 };
