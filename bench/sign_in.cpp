@@ -159,8 +159,10 @@ private:
     [[noreturn]] static void fail(QProcess& process, const char* what)
     {
         process.waitForReadyRead(0);
-        throw std::runtime_error((process.program() + ' ' + what + ":\n").toStdString() +
-                                 process.readAll().toStdString());
+        const QString state = QStringLiteral("%1 %2 (exit code %3, %4):\n")
+                                  .arg(process.program(), QLatin1String(what),
+                                       QString::number(process.exitCode()), process.errorString());
+        throw std::runtime_error(state.toStdString() + process.readAll().toStdString());
     }
 
     std::atomic<double> m_shownAt = 0;
