@@ -71,7 +71,7 @@ QByteArray protectedWithDescription(const QByteArray& plain)
 }
 
 /// As the library does it: names its own place before there is an application.
-int showApplicationPath()
+int showApplicationFolder()
 {
     korvex::test::awaitRelease();
     if (!platform::setApplicationFilePath(platform::libraryPath()))
@@ -80,7 +80,7 @@ int showApplicationPath()
     char* argv[] = {name.data(), nullptr};
     int argc = 1;
     const QCoreApplication application(argc, argv);
-    platform::writeStandardOutput(QCoreApplication::applicationFilePath().toUtf8());
+    platform::writeStandardOutput(QCoreApplication::applicationDirPath().toUtf8());
     return 0;
 }
 
@@ -100,7 +100,7 @@ private slots:
     void protectedDataOfOthers();
     void identifiers();
     void fixedPaths();
-    void applicationPath();
+    void applicationFolder();
     void pinnedLibraryStays();
 };
 
@@ -108,7 +108,6 @@ void TestSystemWindows::ownAccount_data()
 {
     QTest::addColumn<QString>("account");
     QTest::newRow("name") << ownName();
-    QTest::newRow("upper case") << ownName().toUpper();
     QTest::newRow("of this machine") << machineName() + QLatin1Char('\\') + ownName();
 }
 
@@ -128,9 +127,8 @@ void TestSystemWindows::wellKnownAccount()
 
 void TestSystemWindows::unknownAccounts()
 {
-    for (const QString& account :
-         {QStringLiteral("no-such-account-here"), machineName() + QStringLiteral("\\nobody-here"),
-          QStringLiteral("NOSUCHDOMAIN\\") + ownName()}) {
+    for (const QString& account : {QStringLiteral("no-such-account-here"),
+                                   machineName() + QStringLiteral("\\nobody-here")}) {
         const auto sid = platform::accountSid(account);
         QVERIFY2(!sid, qPrintable(account));
         QCOMPARE(sid.error(), platform::SidError::AccountNotFound);
@@ -191,10 +189,9 @@ void TestSystemWindows::fixedPaths()
     QCOMPARE(platform::initialQtConf(), QByteArray());
 }
 
-void TestSystemWindows::applicationPath()
+void TestSystemWindows::applicationFolder()
 {
-    QCOMPARE(korvex::test::runCopies(1, {}),
-             QByteArrayList{"C:/Program Files/Korvex/Logon/korvexLogin.dll"});
+    QCOMPARE(korvex::test::runCopies(1, {}), QByteArrayList{"C:/Program Files/Korvex/Logon"});
 }
 
 void TestSystemWindows::pinnedLibraryStays()
@@ -220,7 +217,7 @@ void TestSystemWindows::pinnedLibraryStays()
 int main(int argc, char** argv)
 {
     if (argc > 1 && qstrcmp(argv[1], "--copy") == 0)
-        return showApplicationPath();
+        return showApplicationFolder();
     const QCoreApplication application(argc, argv);
     TestSystemWindows test;
     return QTest::qExec(&test, argc, argv);

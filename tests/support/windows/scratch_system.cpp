@@ -32,13 +32,42 @@ HKEY createKey(const QString& path)
     return key;
 }
 
+/// What libraries of the system itself look for, to protect data.
+void copyProviders(HKEY machine)
+{
+    constexpr wchar_t providers[] = L"SOFTWARE\\Microsoft\\Cryptography";
+    HKEY source = nullptr;
+    HKEY copy = nullptr;
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, providers, 0, KEY_READ, &source) != ERROR_SUCCESS)
+        return;
+    if (RegCreateKeyExW(machine, providers, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &copy,
+                        nullptr) == ERROR_SUCCESS) {
+        RegCopyTreeW(source, nullptr, copy);
+        RegCloseKey(copy);
+    }
+    RegCloseKey(source);
+}
+
+QString pathOf(const QString& place, const PredefinedKey& predefined)
+{
+    return place + QLatin1Char('\\') + QLatin1String(predefined.name);
+}
+
+/// Makes what the predefined keys are to lead to.
+void prepare(const QString& place)
+{
+    const HKEY machine = createKey(pathOf(place, kPredefined[0]));
+    copyProviders(machine);
+    RegCloseKey(machine);
+}
+
 /// Leads the predefined keys to keys below `place`, for this process alone.
 void redirect(const QString& place)
 {
     HKEY own[std::size(kPredefined)];
-    // All are made first, while the user's key still means itself.
+    // All are opened first, while the user's key still means itself.
     for (std::size_t i = 0; i < std::size(kPredefined); ++i)
-        own[i] = createKey(place + QLatin1Char('\\') + QLatin1String(kPredefined[i].name));
+        own[i] = createKey(pathOf(place, kPredefined[i]));
     for (std::size_t i = 0; i < std::size(kPredefined); ++i) {
         if (RegOverridePredefKey(kPredefined[i].key, own[i]) != ERROR_SUCCESS)
             qFatal("cannot redirect the registry");
@@ -77,6 +106,7 @@ ScratchSystem::ScratchSystem(const QString&)
               QUuid::createUuid().toString(QUuid::WithoutBraces))
 {
     removeFixedFolders();
+    prepare(m_place);
     redirect(m_place);
     qputenv(kKeyVariable, m_place.toLatin1());
 }
@@ -94,8 +124,10 @@ ScratchSystem::~ScratchSystem()
 
 void ScratchSystem::emptyRegistry()
 {
-    for (const PredefinedKey& predefined : kPredefined)
-        RegDeleteTreeW(predefined.key, nullptr);
+    redirectNoMore();
+    RegDeleteTreeW(HKEY_CURRENT_USER, platform::wideText(m_place));
+    prepare(m_place);
+    redirect(m_place);
 }
 
 QString knownAccount()
