@@ -34,7 +34,10 @@ else()
     target_compile_options(korvex_build INTERFACE
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fstack-protector-strong
         $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>)
-    if(NOT WIN32)
+    if(MINGW)
+        # There the stack protector is a library of its own, which this option links.
+        target_link_options(korvex_build INTERFACE -fstack-protector-strong)
+    else()
         target_link_options(korvex_build INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
     endif()
 endif()

@@ -5,7 +5,6 @@
 #include "core/settings.h"
 #include "support/temporary_root.h"
 
-#include <QFile>
 #include <QJsonDocument>
 
 namespace korvex::test {
@@ -25,8 +24,7 @@ public:
     /// Empties the registry, begins a sign-in without an account, forgets the log so far.
     void startAnew()
     {
-        for (const char* const suffix : {"", "-wal", "-shm"})
-            QFile::remove(m_root.path() + "/registry.db" + suffix);
+        m_root.emptyRegistry();
         beginSignIn({});
         takeLog();
     }

@@ -93,10 +93,12 @@ void TestLogonInput::storageDirectory()
     const QString cache = platform::dataRoot() + QDir::separator() + "Cache" + QDir::separator();
     beginSignIn(parseLogonInput(""));
     QCOMPARE(userStorageDirectory(), cache + "unknown_user");
-    beginSignIn(parseLogonInput(R"({"user":".\root"})"));
-    const QString sid = platform::accountSid("root").value_or("no SID");
+    const QString account = ".\\" + test::knownAccount();
+    beginSignIn(parseLogonInput("{\"user\":\"" + account + "\"}"));
+    const QString sid = platform::accountSid(test::knownAccount()).value_or("no SID");
     QCOMPARE(userStorageDirectory(), cache + userFolderName(sid));
-    QVERIFY(m_state.takeLog().contains("[Verbose 2] Using SID '" + sid + "' for user '.\\root'"));
+    QVERIFY(m_state.takeLog().contains("[Verbose 2] Using SID '" + sid + "' for user '" + account +
+                                       '\''));
     QVERIFY(!QFileInfo::exists(cache));
 }
 

@@ -14,8 +14,7 @@ namespace {
 
 const QString kMain = "HKEY_LOCAL_MACHINE\\SOFTWARE\\Korvex\\WindowsLogon";
 
-/// An account that this machine has; on Linux every machine has this one.
-const QString kAccount = "root";
+const QString kAccount = test::knownAccount();
 
 QString userPath()
 {

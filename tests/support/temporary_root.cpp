@@ -8,19 +8,6 @@
 
 namespace korvex::test {
 
-TemporaryRoot::TemporaryRoot()
-{
-    // An empty root would be the machine's own.
-    if (!m_directory.isValid())
-        qFatal("no temporary folder: %s", qPrintable(m_directory.errorString()));
-    qputenv("KORVEX_ROOT", QFile::encodeName(m_directory.path()));
-}
-
-TemporaryRoot::~TemporaryRoot()
-{
-    qunsetenv("KORVEX_ROOT");
-}
-
 QString TemporaryRoot::logPath() const
 {
     return QDir(platform::dataRoot())

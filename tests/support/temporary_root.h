@@ -1,18 +1,19 @@
 #pragma once
 
+#include "support/scratch_system.h"
+
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
 
 namespace korvex::test {
 
-/// A root folder of the test's own: names it in KORVEX_ROOT for this process and its children, and
-/// removes it at the end.
+/// A folder, a registry and fixed folders of the test's own, for this process and the copies of
+/// itself that it starts; removed at the end. On Linux the fixed folders are in the folder.
 class TemporaryRoot
 {
 public:
-    TemporaryRoot();
-    ~TemporaryRoot();
+    void emptyRegistry() { m_system.emptyRegistry(); }
 
     QString path() const { return m_directory.path(); }
     /// Where the log of this root stands.
@@ -22,6 +23,7 @@ public:
 
 private:
     QTemporaryDir m_directory;
+    ScratchSystem m_system{m_directory.path()};
 };
 
 } // namespace korvex::test

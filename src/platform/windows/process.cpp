@@ -2,6 +2,8 @@
 
 #include <QProcess>
 #include <cstdlib>
+#include <fcntl.h>
+#include <io.h>
 #include <windows.h>
 
 namespace korvex::platform {
@@ -30,7 +32,15 @@ void setNativeArguments(QProcess& process, const QString& arguments)
 
 void reserveStandardStreams()
 {
-    // Standard handles are not numbers here that another file could be given.
+    // The C library gives the next file the lowest number that is free, and makes the file with the
+    // number of the standard output that output.
+    constexpr int kErrors = 2;
+    int descriptor = 0;
+    do
+        descriptor = _open("NUL", _O_RDWR | _O_NOINHERIT);
+    while (descriptor >= 0 && descriptor <= kErrors);
+    if (descriptor >= 0)
+        _close(descriptor);
 }
 
 void writeStandardOutput(const QByteArray& text)

@@ -6,7 +6,6 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QProcess>
-#include <QSslConfiguration>
 #include <QTest>
 
 using namespace korvex::mfa_service;
@@ -71,7 +70,6 @@ private slots:
     void misbehaviour_data();
     void misbehaviour();
     void stopsWhileAnswersHang();
-    void https();
     void program();
 
 private:
@@ -263,22 +261,6 @@ void TestMfaService::stopsWhileAnswersHang()
     QVERIFY2(timer.elapsed() < 1000, QByteArray::number(timer.elapsed()));
     QVERIFY(QTest::qWaitFor([&] { return hanging->isFinished() && slow->isFinished(); }, kTimeout));
     QCOMPARE(post(kInit, "{}").status, 0);
-}
-
-void TestMfaService::https()
-{
-    MfaService service({.systemToken = "system", .secretKey = "Jefe", .https = true});
-    QVERIFY(service.start());
-    QVERIFY(service.baseUrl().startsWith("https://127.0.0.1:"));
-    QNetworkRequest request(QUrl(service.baseUrl()));
-    QCOMPARE(finish(m_manager.get(request)).status, 0);
-
-    // With the address named in the certificate, or this would fail as well.
-    QSslConfiguration trusting = QSslConfiguration::defaultConfiguration();
-    trusting.setCaCertificates(QSslCertificate::fromData(service.certificatePem()));
-    request.setSslConfiguration(trusting);
-    QNetworkAccessManager other; // the first one keeps its connection
-    QCOMPARE(finish(other.get(request)).status, 200);
 }
 
 void TestMfaService::program()
