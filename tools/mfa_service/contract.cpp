@@ -14,7 +14,7 @@ namespace {
 struct Member
 {
     QLatin1String name;
-    QJsonValue::Type type;
+    QJsonValue::Type type = QJsonValue::Undefined;
 };
 
 template <std::size_t N>

@@ -24,7 +24,8 @@ int statusOf(const QNetworkRequest& request)
 {
     QNetworkAccessManager manager;
     const std::unique_ptr<QNetworkReply> reply(manager.get(request));
-    QTest::qWaitFor([&reply] { return reply->isFinished(); }, 20'000);
+    if (!QTest::qWaitFor([&reply] { return reply->isFinished(); }, 20'000))
+        return 0;
     return reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
