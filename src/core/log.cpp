@@ -9,7 +9,6 @@
 
 #include <QDateTime>
 #include <QDir>
-#include <QLocale>
 #include <algorithm>
 
 namespace korvex {
@@ -18,16 +17,20 @@ namespace {
 
 QString linePrefix()
 {
-    // The clock is read twice; a line at the turn of the hour may show it, and that is accepted.
-    // Western digits in every country, which QDateTime's own toString() does not promise.
-    const QString time =
-        QLocale::c().toString(QDateTime::currentDateTime(), QStringLiteral("yyyy-MM-dd hh:mm:ss"));
-    const int offset = QDateTime::currentDateTime().offsetFromUtc();
-    const QString zone = QStringLiteral("UTC%1%2").arg(
-        offset >= 0 ? QStringLiteral("+") : QString(), QString::number(offset / 3600));
-    return QStringLiteral("[%1 %2] [KorvexLogin %3] [%4:%5] ")
-        .arg(time, zone, QLatin1String(kVersion), QString::number(platform::currentProcessId()),
-             QString::number(platform::currentThreadId()));
+    const QDateTime now = QDateTime::currentDateTime();
+    const QDate day = now.date();
+    const QTime time = now.time();
+    // The clock is read a second time, as UTC: cheaper than asking for the offset, and to the
+    // minute the two readings differ by nothing else.
+    const qint64 ahead =
+        QDateTime(day, time, Qt::UTC).toSecsSinceEpoch() - QDateTime::currentSecsSinceEpoch();
+    const int offset = qRound(static_cast<double>(ahead) / 60); // minutes
+    // By hand: QDateTime's formats cost as much as the rest of a line, and follow the country's
+    // digits.
+    return QString::asprintf(
+        "[%04d-%02d-%02d %02d:%02d:%02d UTC%s%d] [KorvexLogin %s] [%llu:%llu] ", day.year(),
+        day.month(), day.day(), time.hour(), time.minute(), time.second(), offset >= 0 ? "+" : "",
+        offset / 60, kVersion, platform::currentProcessId(), platform::currentThreadId());
 }
 
 QString levelTag(int level)
