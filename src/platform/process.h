@@ -19,7 +19,7 @@ quint64 currentThreadId();
 void setNativeArguments(QProcess& process, const QString& arguments);
 
 /// Makes sure that nothing opened later (the log, the registry, a socket) can be taken for a
-/// standard stream: on Linux a stream that the host closed becomes /dev/null. No effect on Windows.
+/// standard stream: one that the host closed becomes the null device.
 void reserveStandardStreams();
 
 /// Writes to the standard output, without buffering. A host that has none, or whose reader has

@@ -35,7 +35,7 @@ HKEY createKey(const QString& path)
 /// What libraries of the system itself look for, to protect data.
 void copyProviders(HKEY machine)
 {
-    constexpr wchar_t providers[] = L"SOFTWARE\\Microsoft\\Cryptography";
+    constexpr wchar_t providers[] = L"SOFTWARE\\Microsoft\\Cryptography\\Defaults";
     HKEY source = nullptr;
     HKEY copy = nullptr;
     if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, providers, 0, KEY_READ, &source) != ERROR_SUCCESS)
