@@ -17,6 +17,14 @@ enum class ErrorCode : qint32 {
     MissingSecretKey = 4,
     InvalidSealedData = 5,
 
+    // Cards and their readers
+    NoActiveCard = 7,
+    NoFreeSlot = 8,
+    SlotNotWritten = 10,
+    UidNotRead = 11,
+    CardRemoved = 12,
+    CardNotSupported = 13,
+
     // As the service sends them; 9 is also ours, for an answer whose signature does not match
     InvalidSignature = 9,
     InvalidCredentials = 10,

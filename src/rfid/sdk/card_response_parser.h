@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QByteArray>
+#include <optional>
+
+namespace korvex {
+
+/// Takes the data out of a card's answer.
+class CardResponseParser
+{
+public:
+    virtual ~CardResponseParser() = default;
+
+    /// The data of an answer that tells success; else nothing.
+    virtual std::optional<QByteArray> parse(const QByteArray& response) const = 0;
+};
+
+/// Answers with the status word of ISO/IEC 7816-4 at the end: 90 00 alone is success.
+class ISO7816Parser final : public CardResponseParser
+{
+public:
+    std::optional<QByteArray> parse(const QByteArray& response) const override
+    {
+        if (!response.endsWith(QByteArray("\x90\x00", 2)))
+            return std::nullopt;
+        return response.chopped(2);
+    }
+};
+
+} // namespace korvex
