@@ -1,0 +1,88 @@
+#pragma once
+
+#include "card.h"
+
+#include <QByteArray>
+#include <QString>
+#include <chrono>
+#include <condition_variable>
+#include <expected>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+namespace korvex::virtual_card {
+
+/// A file descriptor, closed at the end.
+class Descriptor
+{
+public:
+    explicit Descriptor(int number = -1)
+        : m_number(number)
+    {}
+    ~Descriptor();
+    Descriptor(Descriptor&& other) noexcept
+        : m_number(std::exchange(other.m_number, -1))
+    {}
+    Descriptor& operator=(Descriptor&& other) noexcept
+    {
+        std::swap(m_number, other.m_number);
+        return *this;
+    }
+
+    int number() const { return m_number; }
+
+private:
+    int m_number;
+};
+
+/// Where the virtual reader waits for cards.
+struct ReaderAddress
+{
+    QString host = QStringLiteral("127.0.0.1"); ///< an IPv4 address
+    quint16 port = 35963;                       ///< of the first slot
+};
+
+/// A card that lies on the virtual reader of vsmartcard-vpcd, served by a thread of its own. The
+/// reader is the one that listens; messages both ways are a length of two bytes, big-endian, and
+/// that many bytes.
+class Connection
+{
+public:
+    /// The card has to live longer.
+    explicit Connection(Card& card);
+    /// Takes the card away.
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    /// Lays the card on the reader; waits until the reader listens and has noticed the card.
+    /// To be called once. On failure the reason, for people.
+    [[nodiscard]] std::expected<void, QString> start(const ReaderAddress& address,
+                                                     std::chrono::milliseconds timeout);
+    /// Takes the card away. Does not wait for a slow answer.
+    void stop();
+    /// Waits until the card is off the reader, for whatever reason; false after the time-out.
+    bool waitForEnd(std::chrono::milliseconds timeout);
+
+private:
+    void serve();
+    std::optional<QByteArray> receiveMessage();
+    std::optional<QByteArray> receive(int size);
+    bool send(const QByteArray& message);
+    bool handle(const QByteArray& message);
+    /// False once the card is to be taken away.
+    bool waitFor(int descriptor, std::chrono::milliseconds timeout) const;
+
+    Card& m_card;
+    Descriptor m_wakeUp; ///< readable once the card is to be taken away
+    Descriptor m_socket;
+    std::thread m_thread;
+
+    std::mutex m_mutex; ///< guards what follows
+    std::condition_variable m_changed;
+    bool m_noticed = false;
+    bool m_ended = false;
+};
+
+} // namespace korvex::virtual_card
