@@ -40,86 +40,15 @@ struct Options
     QCommandLineOption uid{"uid", "UID of a new card, 4 or 7 bytes (random).", "hex"};
     QCommandLineOption port{"port", "Port of the reader's slot.", "number", "35963"};
     QCommandLineOption host{"host", "IPv4 address of the reader.", "address", "127.0.0.1"};
-    QCommandLineOption wait{"wait", "Seconds to wait for the reader.", "number", "10"};
-    QCommandLineOption refuseVolatileKeys{"refuse-volatile-keys",
-                                          "Answer LOAD KEYS into volatile memory with 6A 81."};
-    QCommandLineOption vanishAfter{"vanish-after",
-                                   "Leave the reader on the command after that many.", "number"};
-    QCommandLineOption vanishAfterExecuting{"vanish-after-executing",
-                                            "Execute that last command before leaving."};
-    QCommandLineOption corrupt{"corrupt",
-                               "Flip the bits of a byte in the answer to a command, counted from "
-                               "1; a negative byte counts from the end.",
-                               "command:byte"};
-    QCommandLineOption delay{"delay", "Milliseconds before each answer.", "number", "0"};
-    QCommandLineOption form{"form", "Answer data by 61 xx (get-response) or 6C xx (wrong-length).",
-                            "name"};
-    QCommandLineOption answer{"answer",
-                              "Answer this command with these bytes; may be repeated, and answers "
-                              "to the same command are given in turn.",
-                              "hex=hex"};
-
-    QList<QCommandLineOption> all() const
-    {
-        return {image,       type,
-                listTypes,   uid,
-                port,        host,
-                wait,        refuseVolatileKeys,
-                vanishAfter, vanishAfterExecuting,
-                corrupt,     delay,
-                form,        answer};
-    }
+    QCommandLineOption misbehave{
+        "misbehave",
+        "Do something differently; may be repeated: refuse-volatile-keys, vanish-after=N or "
+        "vanish-after-executing=N (leave on the command after N), corrupt=COMMAND:BYTE (in the "
+        "answer to a command, counted from 1; negative bytes from the end), delay=MILLISECONDS, "
+        "get-response (61 xx), wrong-length (6C xx), answer=COMMAND:ANSWER in hexadecimal (several "
+        "answers to one command are given in turn).",
+        "what"};
 };
-
-/// A number from 0 to `most`; the reason when the option's value is none.
-std::expected<int, QString> number(const QCommandLineParser& parser,
-                                   const QCommandLineOption& option, int most)
-{
-    bool isNumber = false;
-    const int value = parser.value(option).toInt(&isNumber);
-    if (!isNumber || value < 0 || value > most)
-        return std::unexpected(
-            QString("--%1 wants a number from 0 to %2").arg(option.names().constFirst()).arg(most));
-    return value;
-}
-
-std::expected<Misbehaviour, QString> misbehaviour(const QCommandLineParser& parser,
-                                                  const Options& options)
-{
-    constexpr int kMostCommands = 1'000'000;
-    constexpr int kMostMilliseconds = 600'000;
-    Misbehaviour result;
-    result.refuseVolatileKeys = parser.isSet(options.refuseVolatileKeys);
-    result.vanishAfterExecuting = parser.isSet(options.vanishAfterExecuting);
-    if (parser.isSet(options.vanishAfter)) {
-        const auto count = number(parser, options.vanishAfter, kMostCommands);
-        if (!count)
-            return std::unexpected(count.error());
-        result.vanishAfter = *count;
-    }
-    const auto delay = number(parser, options.delay, kMostMilliseconds);
-    if (!delay)
-        return std::unexpected(delay.error());
-    result.delay = std::chrono::milliseconds(*delay);
-    if (parser.isSet(options.corrupt)) {
-        result.corruption = parseCorruption(parser.value(options.corrupt));
-        if (!result.corruption)
-            return std::unexpected("--corrupt wants COMMAND:BYTE");
-    }
-    if (parser.isSet(options.form)) {
-        const auto form = parseForm(parser.value(options.form));
-        if (!form)
-            return std::unexpected("--form wants get-response or wrong-length");
-        result.form = *form;
-    }
-    for (const QString& text : parser.values(options.answer)) {
-        const auto answer = parseAnswer(text);
-        if (!answer)
-            return std::unexpected("--answer wants COMMAND=ANSWER in hexadecimal");
-        result.answers.push_back(*answer);
-    }
-    return result;
-}
 
 std::expected<CardOptions, QString> cardOptions(const QCommandLineParser& parser,
                                                 const Options& options)
@@ -140,10 +69,10 @@ std::expected<CardOptions, QString> cardOptions(const QCommandLineParser& parser
     return result;
 }
 
-int serve(Card& card, const ReaderAddress& address, std::chrono::seconds wait)
+int serve(Card& card, const ReaderAddress& address)
 {
     Connection connection(card);
-    if (const auto started = connection.start(address, wait); !started)
+    if (const auto started = connection.start(address, std::chrono::seconds(10)); !started)
         return fail(kFailed, started.error());
     std::puts("on the reader");
     std::fflush(stdout);
@@ -168,7 +97,8 @@ int main(int argc, char* argv[])
         "An emulated contactless card for the virtual reader of vsmartcard-vpcd.");
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
-    parser.addOptions(options.all());
+    parser.addOptions({options.image, options.type, options.listTypes, options.uid, options.port,
+                       options.host, options.misbehave});
     if (!parser.parse(QCoreApplication::arguments()))
         return fail(kWrongUsage, parser.errorText());
     if (parser.isSet(help))
@@ -181,21 +111,21 @@ int main(int argc, char* argv[])
         return fail(kWrongUsage,
                     "unexpected argument " + parser.positionalArguments().constFirst());
 
-    const auto cardFound = cardOptions(parser, options);
-    if (!cardFound)
-        return fail(kWrongUsage, cardFound.error());
-    const auto wrong = misbehaviour(parser, options);
-    if (!wrong)
-        return fail(kWrongUsage, wrong.error());
-    const auto port = number(parser, options.port, 65535);
-    const auto wait = number(parser, options.wait, 3600);
-    if (!port || !wait)
-        return fail(kWrongUsage, port ? wait.error() : port.error());
+    const auto cardWanted = cardOptions(parser, options);
+    if (!cardWanted)
+        return fail(kWrongUsage, cardWanted.error());
+    bool isPort = false;
+    const quint16 port = parser.value(options.port).toUShort(&isPort);
+    if (!isPort || port == 0)
+        return fail(kWrongUsage, "--port wants a number from 1 to 65535");
+    Misbehaviour misbehaviour;
+    for (const QString& text : parser.values(options.misbehave))
+        if (!parseMisbehaviour(text, misbehaviour))
+            return fail(kWrongUsage, "no such misbehaviour: " + text);
 
-    const auto card = Card::create(*cardFound);
+    const auto card = Card::create(*cardWanted);
     if (!card)
         return fail(kFailed, card.error());
-    (*card)->setMisbehaviour(*wrong);
-    return serve(**card, {.host = parser.value(options.host), .port = static_cast<quint16>(*port)},
-                 std::chrono::seconds(*wait));
+    (*card)->setMisbehaviour(misbehaviour);
+    return serve(**card, {.host = parser.value(options.host), .port = port});
 }

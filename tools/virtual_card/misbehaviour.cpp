@@ -4,33 +4,62 @@
 
 namespace korvex::virtual_card {
 
-std::optional<Misbehaviour::Corruption> parseCorruption(const QString& text)
+namespace {
+
+constexpr int kMost = 1'000'000;
+
+std::optional<int> parseNumber(const QString& text, int least = 0)
 {
-    bool isCommand = false;
-    bool isByte = false;
-    const int command = text.section(':', 0, 0).toInt(&isCommand);
-    const int byte = text.section(':', 1).toInt(&isByte);
-    if (!isCommand || !isByte || command < 1)
-        return std::nullopt;
-    return Misbehaviour::Corruption{.command = command, .byte = byte};
+    bool isNumber = false;
+    const int number = text.toInt(&isNumber);
+    return isNumber && number >= least && number <= kMost ? std::optional{number} : std::nullopt;
 }
 
-std::optional<Misbehaviour::Answer> parseAnswer(const QString& text)
+bool parseCorruption(const QString& value, Misbehaviour& misbehaviour)
 {
-    const auto command = parseHex(text.section('=', 0, 0));
-    const auto answer = parseHex(text.section('=', 1));
-    if (!command || !answer)
-        return std::nullopt;
-    return Misbehaviour::Answer{.command = *command, .answer = *answer};
+    const auto command = parseNumber(value.section(':', 0, 0), 1);
+    const auto byte = parseNumber(value.section(':', 1), -kMost);
+    if (command && byte)
+        misbehaviour.corruption = Misbehaviour::Corruption{.command = *command, .byte = *byte};
+    return command && byte;
 }
 
-std::optional<Misbehaviour::Form> parseForm(const QString& text)
+bool parseAnswer(const QString& value, Misbehaviour& misbehaviour)
 {
-    if (text == "get-response")
-        return Misbehaviour::Form::GetResponse;
-    if (text == "wrong-length")
-        return Misbehaviour::Form::WrongLength;
-    return std::nullopt;
+    const auto command = parseHex(value.section(':', 0, 0));
+    const auto answer = parseHex(value.section(':', 1));
+    if (command && answer)
+        misbehaviour.answers.push_back({.command = *command, .answer = *answer});
+    return command && answer;
+}
+
+} // namespace
+
+bool parseMisbehaviour(const QString& text, Misbehaviour& misbehaviour)
+{
+    const QString name = text.section('=', 0, 0);
+    const QString value = text.section('=', 1);
+    if (text == "refuse-volatile-keys")
+        return misbehaviour.refuseVolatileKeys = true;
+    if (name == "vanish-after" || name == "vanish-after-executing") {
+        misbehaviour.vanishAfter = parseNumber(value);
+        misbehaviour.vanishAfterExecuting = name == "vanish-after-executing";
+        return misbehaviour.vanishAfter.has_value();
+    }
+    if (name == "corrupt")
+        return parseCorruption(value, misbehaviour);
+    if (name == "answer")
+        return parseAnswer(value, misbehaviour);
+    if (name == "delay") {
+        const auto delay = parseNumber(value);
+        misbehaviour.delay = std::chrono::milliseconds(delay.value_or(0));
+        return delay.has_value();
+    }
+    if (text != "get-response" && text != "wrong-length")
+        return false;
+    misbehaviour.form =
+        text == "get-response" ? Misbehaviour::Form::GetResponse : Misbehaviour::Form::WrongLength;
+    return true;
 }
 
 std::optional<QByteArray> parseHex(const QString& text)

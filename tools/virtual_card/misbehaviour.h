@@ -3,7 +3,6 @@
 #include <QByteArray>
 #include <QString>
 #include <chrono>
-#include <expected>
 #include <optional>
 #include <vector>
 
@@ -43,12 +42,10 @@ struct Misbehaviour
     std::vector<Answer> answers{};
 };
 
-/// "COMMAND:BYTE", both decimal.
-std::optional<Misbehaviour::Corruption> parseCorruption(const QString& text);
-/// "COMMAND=ANSWER", both hexadecimal.
-std::optional<Misbehaviour::Answer> parseAnswer(const QString& text);
-/// "get-response" or "wrong-length".
-std::optional<Misbehaviour::Form> parseForm(const QString& text);
+/// Adds what a text says: "refuse-volatile-keys", "vanish-after=N", "vanish-after-executing=N",
+/// "corrupt=COMMAND:BYTE", "delay=MILLISECONDS", "get-response", "wrong-length" or
+/// "answer=COMMAND:ANSWER" in hexadecimal. False when it is none of these.
+bool parseMisbehaviour(const QString& text, Misbehaviour& misbehaviour);
 /// Bytes from hexadecimal digits, two each; nothing for anything else or for no digits.
 std::optional<QByteArray> parseHex(const QString& text);
 

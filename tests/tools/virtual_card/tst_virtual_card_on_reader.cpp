@@ -14,11 +14,6 @@ constexpr std::chrono::seconds kTimeout{10};
 const QByteArray kGetUid = QByteArray::fromHex("ffca000000");
 const QByteArray kUid = QByteArray::fromHex("0f1e2d3c");
 
-std::unique_ptr<Card> newCard()
-{
-    return *Card::create({.type = *cardType("classic-1k"), .uid = kUid});
-}
-
 /// A program's view of one slot, by the calls of PC/SC.
 class Program
 {
@@ -88,9 +83,6 @@ private slots:
     void cleanup() { m_daemon.reset(); }
 
     void cardsInBothSlots();
-    void vanishes();
-    void daemonKilled();
-    void slotTaken();
     void program();
 
 private:
@@ -99,7 +91,7 @@ private:
 
 void TestVirtualCardOnReader::cardsInBothSlots()
 {
-    const auto first = newCard();
+    const auto first = *Card::create({.type = *cardType("classic-1k"), .uid = kUid});
     const auto second = *Card::create({.type = *cardType("desfire")});
     Connection inFirst(*first);
     Connection inSecond(*second);
@@ -114,55 +106,16 @@ void TestVirtualCardOnReader::cardsInBothSlots()
     QCOMPARE(firstProgram.transmit("\x60"), QByteArray::fromHex("6d00"));
     QCOMPARE(first->commands(), (std::vector<QByteArray>{kGetUid, "\x60"}));
 
+    // The slot takes one card, and another once that has gone.
+    QVERIFY(!Connection(*second).start({.port = m_daemon->port(0)}, std::chrono::seconds(1)));
     inFirst.stop();
     QVERIFY(firstProgram.waitForState(SCARD_STATE_EMPTY));
-}
 
-void TestVirtualCardOnReader::vanishes()
-{
-    const auto card = newCard();
-    card->setMisbehaviour({.vanishAfter = 1});
-    Connection connection(*card);
-    QVERIFY(connection.start({.port = m_daemon->port()}, kTimeout));
-    {
-        Program program(0);
-        QVERIFY(program.connect());
-        QVERIFY(!program.transmit(kGetUid).isEmpty());
-        QCOMPARE(program.transmit(kGetUid), QByteArray());
-        QVERIFY(connection.waitForEnd(kTimeout));
-        QVERIFY(program.waitForState(SCARD_STATE_EMPTY));
-    }
-
-    // The same card, laid on the same reader once more.
-    card->setMisbehaviour({});
-    Connection again(*card);
-    QVERIFY(again.start({.port = m_daemon->port()}, kTimeout));
-    Program later(0);
-    QVERIFY(later.connect());
-    QVERIFY(!later.transmit(kGetUid).isEmpty());
-}
-
-void TestVirtualCardOnReader::daemonKilled()
-{
     if (!m_daemon->isOwn())
-        QSKIP("the daemon is not the test's own");
-    const auto card = newCard();
-    Connection connection(*card);
-    QVERIFY(connection.start({.port = m_daemon->port()}, kTimeout));
-    Program program(0);
-    QVERIFY(program.connect());
+        QSKIP("the daemon is not the test's own, so it is not killed");
     m_daemon->kill();
-    QCOMPARE(program.transmit(kGetUid), QByteArray());
-    QVERIFY(connection.waitForEnd(kTimeout));
-}
-
-void TestVirtualCardOnReader::slotTaken()
-{
-    const auto card = newCard();
-    const auto other = newCard();
-    Connection connection(*card);
-    QVERIFY(connection.start({.port = m_daemon->port()}, kTimeout));
-    QVERIFY(!Connection(*other).start({.port = m_daemon->port()}, std::chrono::seconds(1)));
+    QCOMPARE(secondProgram.transmit(kGetUid), QByteArray());
+    QVERIFY(inSecond.waitForEnd(kTimeout));
 }
 
 void TestVirtualCardOnReader::program()
@@ -171,18 +124,16 @@ void TestVirtualCardOnReader::program()
     QProcess process;
     process.start(KORVEX_VIRTUAL_CARD,
                   {"--image", folder.filePath("card"), "--uid", kUid.toHex(), "--port",
-                   QString::number(m_daemon->port()), "--corrupt", "2:-1"});
+                   QString::number(m_daemon->port()), "--misbehave", "vanish-after=1"});
     QVERIFY(process.waitForReadyRead(10'000));
     QCOMPARE(process.readAllStandardOutput(), QByteArray("on the reader\n"));
     Program program(0);
     QVERIFY(program.connect());
     QCOMPARE(program.transmit(kGetUid), kUid + QByteArray::fromHex("9000"));
-    QCOMPARE(program.transmit(kGetUid), kUid + QByteArray::fromHex("90ff"));
-
-    process.terminate();
+    QCOMPARE(program.transmit(kGetUid), QByteArray());
+    QVERIFY(program.waitForState(SCARD_STATE_EMPTY));
     QVERIFY(process.waitForFinished(10'000));
     QCOMPARE(process.exitCode(), 0);
-    QVERIFY(program.waitForState(SCARD_STATE_EMPTY));
     QCOMPARE(QFileInfo(folder.filePath("card")).size(), qint64{1024});
 }
 
