@@ -347,7 +347,8 @@ void TestTransaction::tokenOutOfTurn()
 void TestTransaction::verdictMeanwhile_data()
 {
     QTest::addColumn<QString>("path");
-    for (const QString& path : {QString("/"), kInit, kCredentials})
+    for (const QString& path : {QString("/"), QString("/api/company/data"),
+                                QString("/company/logo"), kInit, kCredentials})
         QTest::newRow(qPrintable(path)) << path;
 }
 
@@ -356,6 +357,7 @@ void TestTransaction::verdictMeanwhile()
 {
     QFETCH(QString, path);
     m_state.service().setBehaviour(path, {.kind = Behaviour::Kind::Hang});
+    cacheKey().writeNumber("IsCompanyDataReaded", 0);
     Transaction transaction(input("jdoe"), resolver());
     QTimer poll;
     connect(&poll, &QTimer::timeout, [&] {
