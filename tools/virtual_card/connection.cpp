@@ -31,10 +31,12 @@ bool isControl(const QByteArray& message, Control control)
     return message.size() == 1 && message[0] == static_cast<char>(control);
 }
 
-/// A connected socket, or an invalid one with errno set.
+/// A connected socket, or an invalid one with `errno` set.
 Descriptor connectOnce(const sockaddr_in& address)
 {
     Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (socket.number() < 0)
+        return socket;
     const timeval sendTimeout{.tv_sec = kSendSeconds, .tv_usec = 0}; // for connecting, too
     ::setsockopt(socket.number(), SOL_SOCKET, SO_SNDTIMEO, &sendTimeout, sizeof sendTimeout);
     const int on = 1;
@@ -72,11 +74,12 @@ std::expected<void, QString> Connection::start(const ReaderAddress& address, mil
 
     const auto deadline = Clock::now() + timeout;
     while ((m_socket = connectOnce(destination)).number() < 0) {
+        const int error = errno;
         if (Clock::now() >= deadline)
             return std::unexpected(QString("no reader at %1:%2: %3")
                                        .arg(address.host)
                                        .arg(address.port)
-                                       .arg(QString::fromLocal8Bit(std::strerror(errno))));
+                                       .arg(QString::fromLocal8Bit(std::strerror(error))));
         std::this_thread::sleep_for(kRetryPause);
     }
     m_card.cutPower();

@@ -24,21 +24,16 @@ const QTemporaryDir& folder()
     return kFolder;
 }
 
-/// The first of two free ports, in a range that the system does not give to outgoing connections.
+/// The first of two free ports, from a range that the system does not give to outgoing connections.
 quint16 freePorts()
 {
-    constexpr int kFirst = 20'000;
-    constexpr int kCount = 5'000;
-    const auto isFree = [](quint16 port) {
-        return QTcpServer().listen(QHostAddress::LocalHost, port);
+    const auto isFree = [](int port) {
+        return QTcpServer().listen(QHostAddress::LocalHost, static_cast<quint16>(port));
     };
-    for (int attempt = 0; attempt < kCount; ++attempt) {
-        const qint64 place = QCoreApplication::applicationPid() + attempt;
-        const auto port = static_cast<quint16>(kFirst + 2 * (place % kCount));
-        if (isFree(port) && isFree(static_cast<quint16>(port + 1)))
-            return port;
-    }
-    return 0;
+    int port = 20'000 + 2 * static_cast<int>(QCoreApplication::applicationPid() % 5'000);
+    while (!isFree(port) || !isFree(port + 1))
+        port += 2;
+    return static_cast<quint16>(port);
 }
 
 bool readerIsListed()

@@ -117,14 +117,11 @@ void TestVirtualCard::dataBlocks_data()
     QTest::addColumn<int>("bits");
     QTest::addColumn<QString>("mayRead");
     QTest::addColumn<QString>("mayWrite");
-    QTest::newRow("000") << 0b000 << "AB" << "AB";
-    QTest::newRow("010") << 0b010 << "AB" << "";
-    QTest::newRow("100") << 0b100 << "AB" << "B";
-    QTest::newRow("110") << 0b110 << "AB" << "B";
-    QTest::newRow("001") << 0b001 << "AB" << "";
-    QTest::newRow("011") << 0b011 << "B" << "B";
-    QTest::newRow("101") << 0b101 << "B" << "";
-    QTest::newRow("111") << 0b111 << "" << "";
+    const QStringList readers{"AB", "AB", "AB", "B", "AB", "B", "AB", ""};
+    const QStringList writers{"AB", "", "", "B", "B", "", "B", ""};
+    for (int bits = 0b000; bits <= 0b111; ++bits)
+        QTest::addRow("%d%d%d", bits >> 2, bits >> 1 & 1, bits & 1)
+            << bits << readers[bits] << writers[bits];
 }
 
 void TestVirtualCard::dataBlocks()

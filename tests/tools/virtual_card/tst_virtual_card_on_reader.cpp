@@ -10,9 +10,9 @@ using korvex::test::PcscDaemon;
 
 namespace {
 
-constexpr std::chrono::seconds kTimeout{10};
+constexpr int kTimeout = 10'000;
 const QByteArray kGetUid = QByteArray::fromHex("ffca000000");
-const QByteArray kUid = QByteArray::fromHex("0f1e2d3c");
+const QByteArray kOk = QByteArray::fromHex("9000");
 
 /// A program's view of one slot, by the calls of PC/SC.
 class Program
@@ -31,21 +31,9 @@ public:
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    bool waitForState(DWORD wanted)
-    {
-        SCARD_READERSTATE state{};
-        state.szReader = m_reader.constData();
-        while (SCardGetStatusChange(m_context, 10'000, &state, 1) == SCARD_S_SUCCESS) {
-            if (state.dwEventState & wanted)
-                return true;
-            state.dwCurrentState = state.dwEventState;
-        }
-        return false;
-    }
     bool connect()
     {
-        return waitForState(SCARD_STATE_PRESENT) &&
-               SCardConnect(m_context, m_reader.constData(), SCARD_SHARE_EXCLUSIVE,
+        return SCardConnect(m_context, m_reader.constData(), SCARD_SHARE_EXCLUSIVE,
                             SCARD_PROTOCOL_ANY, &m_card, &m_protocol) == SCARD_S_SUCCESS;
     }
     /// The answer; empty when the call fails.
@@ -74,67 +62,55 @@ class TestVirtualCardOnReader : public QObject
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_daemon.emplace();
-        if (const QString reason = m_daemon->unavailable(); !reason.isEmpty())
-            QSKIP(qPrintable(reason));
-    }
-    void cleanup() { m_daemon.reset(); }
-
-    void cardsInBothSlots();
-    void program();
-
-private:
-    std::optional<PcscDaemon> m_daemon;
+    void bothSlots();
 };
 
-void TestVirtualCardOnReader::cardsInBothSlots()
+void TestVirtualCardOnReader::bothSlots()
 {
-    const auto first = *Card::create({.type = *cardType("classic-1k"), .uid = kUid});
-    const auto second = *Card::create({.type = *cardType("desfire")});
-    Connection inFirst(*first);
-    Connection inSecond(*second);
-    QVERIFY(inFirst.start({.port = m_daemon->port(0)}, kTimeout));
-    QVERIFY(inSecond.start({.port = m_daemon->port(1)}, kTimeout));
+    PcscDaemon daemon;
+    if (!daemon.unavailable().isEmpty())
+        QSKIP(qPrintable(daemon.unavailable()));
 
-    Program firstProgram(0);
-    Program secondProgram(1);
-    QVERIFY(firstProgram.connect() && secondProgram.connect());
-    QCOMPARE(firstProgram.transmit(kGetUid), kUid + QByteArray::fromHex("9000"));
-    QCOMPARE(secondProgram.transmit(kGetUid), second->uid() + QByteArray::fromHex("9000"));
-    QCOMPARE(firstProgram.transmit("\x60"), QByteArray::fromHex("6d00"));
-    QCOMPARE(first->commands(), (std::vector<QByteArray>{kGetUid, "\x60"}));
-
-    // The slot takes one card, and another once that has gone.
-    QVERIFY(!Connection(*second).start({.port = m_daemon->port(0)}, std::chrono::seconds(1)));
-    inFirst.stop();
-    QVERIFY(firstProgram.waitForState(SCARD_STATE_EMPTY));
-
-    if (!m_daemon->isOwn())
-        QSKIP("the daemon is not the test's own, so it is not killed");
-    m_daemon->kill();
-    QCOMPARE(secondProgram.transmit(kGetUid), QByteArray());
-    QVERIFY(inSecond.waitForEnd(kTimeout));
-}
-
-void TestVirtualCardOnReader::program()
-{
-    QTemporaryDir folder;
+    // One card in this process, the other one in the program.
+    const auto card = *Card::create({.type = *cardType("classic-1k")});
+    Connection connection(*card);
+    QVERIFY(connection.start({.port = daemon.port(0)}, std::chrono::milliseconds(kTimeout)));
+    const QTemporaryDir folder;
+    const QByteArray uid = QByteArray::fromHex("04112233445566");
+    const QStringList arguments{
+        "--type",      "plus-2k-sl1",   "--image", folder.filePath("card"),
+        "--uid",       uid.toHex(),     "--port",  QString::number(daemon.port(1)),
+        "--misbehave", "vanish-after=1"};
     QProcess process;
-    process.start(KORVEX_VIRTUAL_CARD,
-                  {"--image", folder.filePath("card"), "--uid", kUid.toHex(), "--port",
-                   QString::number(m_daemon->port()), "--misbehave", "vanish-after=1"});
-    QVERIFY(process.waitForReadyRead(10'000));
+    process.start(KORVEX_VIRTUAL_CARD, arguments);
+    QVERIFY(process.waitForReadyRead(kTimeout));
     QCOMPARE(process.readAllStandardOutput(), QByteArray("on the reader\n"));
-    Program program(0);
-    QVERIFY(program.connect());
-    QCOMPARE(program.transmit(kGetUid), kUid + QByteArray::fromHex("9000"));
-    QCOMPARE(program.transmit(kGetUid), QByteArray());
-    QVERIFY(program.waitForState(SCARD_STATE_EMPTY));
-    QVERIFY(process.waitForFinished(10'000));
+
+    Program first(0);
+    Program second(1);
+    QVERIFY(QTest::qWaitFor([&] { return first.connect(); }, kTimeout));
+    QVERIFY(QTest::qWaitFor([&] { return second.connect(); }, kTimeout));
+    QCOMPARE(first.transmit(kGetUid), card->uid() + kOk);
+    QCOMPARE(first.transmit("\x60"), QByteArray::fromHex("6d00"));
+    QCOMPARE(card->commands(), (std::vector<QByteArray>{kGetUid, "\x60"}));
+    QCOMPARE(second.transmit(kGetUid), uid + kOk);
+    QCOMPARE(second.transmit(kGetUid), QByteArray());
+    QVERIFY(process.waitForFinished(kTimeout));
     QCOMPARE(process.exitCode(), 0);
-    QCOMPARE(QFileInfo(folder.filePath("card")).size(), qint64{1024});
+
+    // The slot takes the next card, and never a second one.
+    process.start(KORVEX_VIRTUAL_CARD, arguments);
+    QVERIFY(process.waitForReadyRead(kTimeout));
+    QVERIFY(!Connection(*card).start({.port = daemon.port(1)}, std::chrono::milliseconds(500)));
+    process.terminate();
+    QVERIFY(process.waitForFinished(kTimeout));
+    QCOMPARE(process.exitCode(), 0);
+
+    if (!daemon.isOwn())
+        QSKIP("the daemon is not the test's own, so it is not killed");
+    daemon.kill();
+    QCOMPARE(first.transmit(kGetUid), QByteArray());
+    QVERIFY(connection.waitForEnd(std::chrono::milliseconds(kTimeout)));
 }
 
 QTEST_GUILESS_MAIN(TestVirtualCardOnReader)
