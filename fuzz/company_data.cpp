@@ -1,32 +1,30 @@
-// The company's branding as an answer of the service holds it.
-
 #include "api/company_data.h"
 
-#include <QByteArray>
+#include "input.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <sanitizer/lsan_interface.h>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
+namespace {
+
+QJsonObject parse(const QByteArray& text)
 {
-    const auto text =
-        QByteArray::fromRawData(reinterpret_cast<const char*>(bytes), static_cast<int>(size));
-    QJsonDocument document;
-    {
-        // Qt 5.15 loses a few bytes when a name comes twice and stands for an object or array.
-        const __lsan::ScopedDisabler ignoreLeaks;
-        document = QJsonDocument::fromJson(text);
-    }
-    const auto data = korvex::parseCompanyData(document.object());
-    if (!data && data.error().isEmpty())
-        std::abort();
-    if (!data)
+    // Qt 5.15 loses a few bytes when a name comes twice and stands for an object or array.
+    const __lsan::ScopedDisabler ignoreLeaks;
+    return QJsonDocument::fromJson(text).object();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    using namespace korvex;
+    const auto branding = parseCompanyData(parse(fuzz::bytesOf(data, size)));
+    fuzz::require(branding || !branding.error().isEmpty());
+    if (!branding)
         return 0;
-    for (const auto& [setting, value] : *data)
-        if (value.size() > 4096 || (setting == korvex::Setting::CompanyLogo && value.isEmpty()))
-            std::abort();
+    for (const auto& [setting, text] : *branding)
+        fuzz::require(text.size() <= 4096 && (setting != Setting::CompanyLogo || !text.isEmpty()));
     return 0;
 }

@@ -1,6 +1,6 @@
 #include "api/transaction.h"
 
-#include "api/company_data.h"
+#include "api/company_data_fetch.h"
 #include "api/connectivity.h"
 #include "api/error_policy.h"
 #include "api/service_settings.h"

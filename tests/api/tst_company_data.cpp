@@ -1,4 +1,3 @@
-#include "api/company_data.h"
 #include "api/raw_server.h"
 #include "api/service_state.h"
 #include "api/transaction.h"
