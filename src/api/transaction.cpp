@@ -7,10 +7,17 @@
 #include "context/ip_address.h"
 #include "core/log.h"
 #include "core/message_box.h"
+#include "core/sealed_envelope.h"
+#include "core/secret.h"
 #include "core/settings.h"
+#include "core/user_registry_data.h"
 #include "core/version.h"
+#include "offline_mode/offline_secret.h"
+#include "offline_mode/otp_manager.h"
 
 #include <QSysInfo>
+#include <array>
+#include <openssl/sha.h>
 #include <utility>
 
 namespace korvex {
@@ -20,6 +27,31 @@ namespace {
 QString text(const QJsonObject& object, const QString& name)
 {
     return object.value(name).toString();
+}
+
+/// The first seven hex digits of the offline secret's SHA-256, by which the service sees whether
+/// this device holds the current one; empty without a secret.
+QString storedSecretDigest()
+{
+    QByteArray secret = otp::loadOtpSecret(userRegistryData().get());
+    if (secret.isEmpty())
+        return {};
+    std::array<unsigned char, SHA256_DIGEST_LENGTH> digest{};
+    SHA256_CTX context;
+    SHA256_Init(&context);
+    SHA256_Update(&context, secret.constData(), static_cast<size_t>(secret.size()));
+    SHA256_Final(digest.data(), &context); // clears the context
+    wipe(secret);
+    const auto bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(digest.data()), 4);
+    return QString::fromLatin1(bytes.toHex().left(7));
+}
+
+/// A secret that cannot be kept changes nothing else: the one before stays, and the verdict too.
+void keepNewSecret(const QString& sealed)
+{
+    const bool stored = openSealedText(sealed, otp::OTPManager(userRegistryData()).setOtpSecret());
+    logger().log(0, QStringLiteral("Received new secret, update status: ") +
+                        QString::number(stored ? 1 : 0));
 }
 
 } // namespace
@@ -84,8 +116,7 @@ QJsonDocument Transaction::buildPostData(PostType type, const QString& accessTok
             {QStringLiteral("appVer"), QLatin1String(kVersion)},
             {QStringLiteral("hostName"), QSysInfo::machineHostName()},
             {QStringLiteral("rdpMode"), m_identity.rdpMode},
-            // Names the offline secret that this device holds; empty while it can hold none.
-            {QStringLiteral("hrpsk"), QString()},
+            {QStringLiteral("hrpsk"), storedSecretDigest()},
         };
         if (!m_identity.ip.isEmpty())
             params.insert(QStringLiteral("userIP"), m_identity.ip);
@@ -161,8 +192,8 @@ int Transaction::judgeCredentials(const QJsonObject& result)
                                    .arg(name, systemToken));
         return deny(QStringLiteral("Authentication data does not match"));
     }
-    if (!text(result, QStringLiteral("erpsk")).isEmpty())
-        logger().log(0, QStringLiteral("Received new secret, which this version does not keep"));
+    if (const QString sealed = text(result, QStringLiteral("erpsk")); !sealed.isEmpty())
+        keepNewSecret(sealed);
     return grant(QStringLiteral("User allowed by Korvex server"));
 }
 

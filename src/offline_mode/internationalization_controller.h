@@ -16,8 +16,8 @@ class InternationalizationController : public QObject
                    selectedLanguageChanged)
 
 public:
-    /// `translator` is the application's own, with the language that the sign-in began in; it has to
-    /// outlive this object.
+    /// `translator` is the application's own, with the language that the sign-in began in; it has
+    /// to outlive this object.
     explicit InternationalizationController(QTranslator& translator);
 
     int selectedLanguage() const { return m_language; }

@@ -85,7 +85,8 @@ void OfflineModeController::Screen::provideObjects()
     }
     if (!internationalization)
         return;
-    for (QObject* const texted : {static_cast<QObject*>(data.get()), static_cast<QObject*>(texts.get())})
+    for (QObject* const texted :
+         {static_cast<QObject*>(data.get()), static_cast<QObject*>(texts.get())})
         if (texted)
             QObject::connect(internationalization.get(), SIGNAL(selectedLanguageChanged()), texted,
                              SIGNAL(languageChanged()));

@@ -10,8 +10,8 @@ class QTranslator;
 
 namespace korvex::offline_mode {
 
-/// The holder of the offline screen: builds it when the service cannot be reached, and takes it down
-/// at the end of the sign-in. GUI thread.
+/// The holder of the offline screen: builds it when the service cannot be reached, and takes it
+/// down at the end of the sign-in. GUI thread.
 class OfflineModeController : private NonMovableCopyable
 {
     Q_GADGET

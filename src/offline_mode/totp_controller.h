@@ -12,8 +12,8 @@ namespace korvex::offline_mode {
 
 class ScreenResult;
 
-/// Checks the codes typed on the offline screen and closes it. The screen only forwards: what may be
-/// tried, how often, and what is said about it is decided here. GUI thread.
+/// Checks the codes typed on the offline screen and closes it. The screen only forwards: what may
+/// be tried, how often, and what is said about it is decided here. GUI thread.
 class TotpController : public QObject
 {
     Q_OBJECT
@@ -25,7 +25,8 @@ public:
     explicit TotpController(std::shared_ptr<ScreenResult> result);
 
     /// Says about the form of a code, and whether another attempt is allowed, without counting one.
-    Q_INVOKABLE korvex::offline_mode::OtpValidateResult getValidateResult(const QString& code) const;
+    Q_INVOKABLE korvex::offline_mode::OtpValidateResult
+    getValidateResult(const QString& code) const;
 
     /// Counts an attempt and checks the code, first as a one-time code, then as a recovery code.
     Q_INVOKABLE bool checkCode(const QString& code);

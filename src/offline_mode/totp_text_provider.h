@@ -36,7 +36,10 @@ public:
     static QString infoMessage();
     static QString infoCloseButtonText() { return tr("Close"); }
     static QString dialogButtonText() { return tr("OK"); }
-    static QString positiveResult() { return tr("Success! The user has entered the correct code."); }
+    static QString positiveResult()
+    {
+        return tr("Success! The user has entered the correct code.");
+    }
     static QString negativeResult() { return tr("Hmm, that's not the right code. Try again."); }
     /// "%1" in it stands for the number of seconds.
     static QString waitText() { return tr("You can try again in %1 s."); }

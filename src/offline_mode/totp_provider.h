@@ -1,0 +1,53 @@
+#pragma once
+
+#include "offline_mode/base_provider.h"
+#include "offline_mode/one_time_password.h"
+
+#include <QString>
+#include <QVector>
+#include <memory>
+#include <optional>
+#include <utility>
+
+namespace korvex::otp {
+
+class KeyProvider;
+
+/// Checks time-based one-time passwords (RFC 6238). As made, it wants what authenticator apps show:
+/// six digits of HMAC-SHA1, a new code every 30 seconds, one step early or late allowed.
+class TOTPProvider : public BaseProvider
+{
+public:
+    /// Without a key provider every code is refused.
+    explicit TOTPProvider(std::shared_ptr<KeyProvider> keyProvider);
+
+    void setDigits(quint32 digits) { m_digits = digits; }
+    /// Seconds that a code stands for: 1 to 500, else every code is refused.
+    void setPeriod(quint32 period) { m_period = period; }
+    /// How many steps early or late a code may be: at most 5, else every code is refused.
+    void setTimeWindows(quint32 windows) { m_timeWindows = windows; }
+    void setAlgorithm(utils::HmacAlgorithm algorithm) { m_algorithm = std::move(algorithm); }
+    void setTimeProvider(utils::TimeProvider provider) { m_timeProvider = std::move(provider); }
+
+    bool verify(const QString& code) override;
+
+    /// The same at a time in seconds since 1970-01-01 UTC. A refusal that is no matter of the code
+    /// is logged.
+    bool verifyAt(const QString& code, quint64 time) const;
+
+    /// The steps accepted at a time, oldest first; none when the period is out of bounds.
+    QVector<quint64> timeWindows(quint64 time) const;
+
+    /// The code of a step. Nothing when there is no key (logged) or the step has no code.
+    std::optional<QString> generate(quint64 counter) const;
+
+private:
+    std::shared_ptr<KeyProvider> m_keyProvider;
+    quint32 m_digits = 6;
+    quint32 m_period = 30;
+    quint32 m_timeWindows = 1;
+    utils::HmacAlgorithm m_algorithm = utils::GetHMACSha1Algorithm();
+    utils::TimeProvider m_timeProvider = utils::GetTimeProviderSec();
+};
+
+} // namespace korvex::otp
