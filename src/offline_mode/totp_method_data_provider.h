@@ -32,7 +32,8 @@ public:
     QString helpMessage() const;
     QString helpLink1() const;
     QString helpLink2() const;
-    /// The recovery code as it is stored, encrypted: what a help desk needs to tell the code.
+    /// The recovery code as it is stored, encrypted: what a help desk needs to tell the code. The
+    /// screen does not show it: it is nobody's business who only stands before the machine.
     QString recoveryCode() const;
 
 signals:

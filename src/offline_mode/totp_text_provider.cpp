@@ -20,8 +20,8 @@ QString TotpTextProvider::infoMessage()
 
 QString TotpTextProvider::recoveryCodeHint()
 {
-    return tr("No authenticator app at hand? Give your help desk the text below. It tells you a "
-              "recovery code, which you enter like any other code. It works once.");
+    return tr("No authenticator app at hand? Your help desk can tell you a recovery code. Enter it "
+              "like any other code. It works once.");
 }
 
 } // namespace korvex::offline_mode

@@ -31,6 +31,9 @@ DefinedColumnLayout {
         if (!TotpController.getValidateResult(field.text).status) {
             invalidCode = field.text
             outcome = "invalid"
+            // By the end of the wait it would be too old.
+            if (waiting)
+                field.text = ""
             field.shake()
             return
         }

@@ -46,6 +46,8 @@ T.Popup {
         }
         ScrolledColumn {
             Layout.fillWidth: true
+            Layout.leftMargin: -inset
+            Layout.rightMargin: -inset
             Layout.fillHeight: true
 
             InfoText {

@@ -13,6 +13,7 @@ ColumnLayout {
     TextButton {
         flat: true
         text: TotpTextProvider.recoveryCodeText
+        Layout.leftMargin: -leftPadding
         Layout.maximumWidth: selector.width
         onClicked: recovery.open()
     }
@@ -20,12 +21,14 @@ ColumnLayout {
         flat: true
         text: TotpMethodDataProvider.helpPrompt
         visible: text !== ""
+        Layout.leftMargin: -leftPadding
         Layout.maximumWidth: selector.width
         onClicked: help.open()
     }
     TextButton {
         flat: true
         text: TotpTextProvider.infoWindowTitle
+        Layout.leftMargin: -leftPadding
         Layout.maximumWidth: selector.width
         onClicked: info.open()
     }
@@ -35,7 +38,6 @@ ColumnLayout {
 
         title: TotpTextProvider.recoveryCodeText
         message: TotpTextProvider.recoveryCodeHint
-        details: [TotpMethodDataProvider.recoveryCode]
         closeText: TotpTextProvider.dialogButtonText
         onClosed: selector.closed()
     }

@@ -1,15 +1,18 @@
 import QtQuick 2.15
 import "."
 
-// A column that scrolls where there is less room than it needs.
+// A column that scrolls where there is less room than it needs. Around it is room for the glow of
+// what has the keyboard.
 Flickable {
     id: view
+
+    readonly property int inset: 8
 
     default property alias items: column.data
     property alias spacing: column.spacing
 
-    implicitHeight: column.implicitHeight
-    contentHeight: column.implicitHeight
+    implicitHeight: contentHeight
+    contentHeight: column.implicitHeight + 2 * inset
     interactive: contentHeight > height
     boundsBehavior: Flickable.StopAtBounds
     clip: true
@@ -17,7 +20,9 @@ Flickable {
     Column {
         id: column
 
-        width: view.width - (view.interactive ? 10 : 0)
+        x: view.inset
+        y: view.inset
+        width: view.width - 2 * view.inset
         spacing: 10
     }
     Rectangle {

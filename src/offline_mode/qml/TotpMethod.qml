@@ -6,7 +6,6 @@ import "."
 Window {
     id: window
 
-    readonly property int margin: 32
     // What the window's own frame and title take of a small screen.
     readonly property int frameHeight: 40
 
@@ -15,7 +14,7 @@ Window {
            | Qt.WindowStaysOnTopHint | Qt.MSWindowsFixedSizeDialogHint
     color: DefinedColors.window
     width: Math.min(460, Screen.desktopAvailableWidth)
-    height: Math.min(600, Screen.desktopAvailableHeight - frameHeight)
+    height: Math.min(550, Screen.desktopAvailableHeight - frameHeight)
     minimumWidth: width
     maximumWidth: width
     minimumHeight: height
@@ -29,17 +28,17 @@ Window {
             return
         const top = activeFocusItem.mapToItem(view.contentItem, 0, 0).y
         const bottom = top + activeFocusItem.height
-        view.contentY = Math.max(0, Math.min(view.contentY, top - window.margin),
-                                 bottom + window.margin - view.height)
+        view.contentY = Math.max(0, Math.min(view.contentY, top - view.inset),
+                                 bottom + view.inset - view.height)
     }
 
     ScrolledColumn {
         id: view
 
         anchors.fill: parent
-        anchors.margins: window.margin
-        anchors.topMargin: 24
-        anchors.bottomMargin: 16
+        anchors.margins: 16
+        anchors.leftMargin: 24
+        anchors.rightMargin: 24
         spacing: 16
 
         RowLayout {
