@@ -16,7 +16,6 @@
 #include "offline_mode/otp_manager.h"
 
 #include <QSysInfo>
-#include <array>
 #include <openssl/sha.h>
 #include <utility>
 
@@ -36,14 +35,11 @@ QString storedSecretDigest()
     QByteArray secret = otp::loadOtpSecret(userRegistryData().get());
     if (secret.isEmpty())
         return {};
-    std::array<unsigned char, SHA256_DIGEST_LENGTH> digest{};
-    SHA256_CTX context;
-    SHA256_Init(&context);
-    SHA256_Update(&context, secret.constData(), static_cast<size_t>(secret.size()));
-    SHA256_Final(digest.data(), &context); // clears the context
+    QByteArray digest(SHA256_DIGEST_LENGTH, '\0');
+    SHA256(reinterpret_cast<const unsigned char*>(secret.constData()),
+           static_cast<size_t>(secret.size()), reinterpret_cast<unsigned char*>(digest.data()));
     wipe(secret);
-    const auto bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(digest.data()), 4);
-    return QString::fromLatin1(bytes.toHex().left(7));
+    return QString::fromLatin1(digest.toHex().left(7));
 }
 
 /// A secret that cannot be kept changes nothing else: the one before stays, and the verdict too.

@@ -1,5 +1,10 @@
 #include "api/service_state.h"
 #include "api/transaction.h"
+#include "core/logon_input.h"
+#include "core/openssl_program.h"
+#include "core/sealed_envelope.h"
+#include "core/user_registry_data.h"
+#include "offline_mode/offline_secret.h"
 
 #include <QElapsedTimer>
 #include <QNetworkAccessManager>
@@ -40,6 +45,7 @@ private slots:
     {
         m_state.startAnew();
         m_boxes.texts.clear();
+        beginSignIn(input(test::knownAccount()));
     }
     void cleanup() { QVERIFY(!m_state.secretWasLogged()); }
 
@@ -52,6 +58,8 @@ private slots:
     void webAddress();
     void credentialAnswer_data();
     void credentialAnswer();
+    void offlineSecret_data();
+    void offlineSecret();
     void tokenOutOfTurn();
     void verdictMeanwhile_data();
     void verdictMeanwhile();
@@ -232,7 +240,7 @@ void TestTransaction::credentialAnswer_data()
         QTest::newRow(result) << QByteArray(result) << verdict << QString::fromUtf8(line);
     };
     row(R"({"systemToken":"system-token","username":"CORP\\zoé","erpsk":"c2VhbGVk"})", 1,
-        "Received new secret, which this version does not keep");
+        "Received new secret, update status: 0");
     // The same letters, composed otherwise.
     row(R"({"systemToken":"system-token","username":"CORP\\zoe\u0301"})", 0,
         "[Warning] Invalid authentication data! User: CORP\\zoe\u0301, Token: system-token");
@@ -262,6 +270,52 @@ void TestTransaction::credentialAnswer()
                             ? "User access granted, reason: User allowed by Korvex server"
                             : "User access denied, reason: Authentication data does not match";
     QCOMPARE(m_state.takeLog(), QStringList({line, end}));
+}
+
+void TestTransaction::offlineSecret_data()
+{
+    QTest::addColumn<QByteArray>("answer"); // the erpsk member
+    QTest::addColumn<QByteArray>("kept");
+    QTest::addColumn<QString>("status");
+    const QByteArray old = "MFRGGZDFMZTWQ2LK";
+    const QByteArray fresh = "GEZDGNBVGY3TQOJQ";
+    const auto sealed = [](const QByteArray& secret, const QByteArray& key) {
+        return seal(secret, test::opensslDigest({"-md5"}, key));
+    };
+    const QByteArray key = test::kSecretKey.toUtf8();
+    QTest::newRow("new") << sealed(fresh, key) << fresh << "1";
+    QTest::newRow("none") << QByteArray() << old << "";
+    QTest::newRow("other key") << sealed(fresh, "other") << old << "0";
+    QTest::newRow("no envelope") << QByteArray("c2VhbGVk") << old << "0";
+    QTest::newRow("empty secret") << sealed("", key) << old << "0";
+    QTest::newRow("too long") << sealed(QByteArray(10001, 'A'), key) << old << "0";
+}
+
+void TestTransaction::offlineSecret()
+{
+    QFETCH(QByteArray, answer);
+    QFETCH(QByteArray, kept);
+    QFETCH(QString, status);
+    const auto data = userRegistryData();
+    QVERIFY(otp::storeOtpSecret(data.get(), "MFRGGZDFMZTWQ2LK"));
+    m_state.service().setResult(
+        kCredentials,
+        {{"systemToken", "system-token"}, {"username", "CORP\\jdoe"}, {"erpsk", QString(answer)}});
+    Transaction transaction(input("CORP\\jdoe"), resolver());
+    QCOMPARE(runInEventLoop([&] {
+                 const QString token = tokenOf(transaction, "CORP\\jdoe");
+                 QCOMPARE(transaction.credentials(token), 1);
+             }),
+             1);
+    const QJsonObject sent = QJsonDocument::fromJson(bodyOf(kInit)).object();
+    QCOMPARE(sent["params"].toObject()["hrpsk"].toString(),
+             QString(test::opensslDigest({"-sha256"}, "MFRGGZDFMZTWQ2LK").left(7)));
+    QCOMPARE(otp::loadOtpSecret(data.get()), kept);
+    const QStringList log = m_state.takeLog();
+    const QString line = "Received new secret, update status: ";
+    QCOMPARE(log.filter("new secret"),
+             status.isEmpty() ? QStringList() : QStringList(line + status));
+    QCOMPARE(log.filter(kept), QStringList());
 }
 
 void TestTransaction::tokenOutOfTurn()
