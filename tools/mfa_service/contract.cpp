@@ -94,4 +94,11 @@ bool isCredentialsBody(const QJsonObject& body)
     return hasExactly(body, kMembers);
 }
 
+bool isCompanyDataBody(const QJsonObject& body)
+{
+    static const std::array<Member, 1> kMembers{
+        {{QLatin1String("systemToken"), QJsonValue::String}}};
+    return hasExactly(body, kMembers);
+}
+
 } // namespace korvex::mfa_service

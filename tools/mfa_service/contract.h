@@ -6,12 +6,13 @@
 #include <QString>
 
 /// What service and client have agreed on: the signature, the answers' envelope and the members of
-/// the two request bodies.
+/// the request bodies.
 namespace korvex::mfa_service {
 
 inline constexpr char kSignatureHeader[] = "X-Korvex-Signature";
 inline constexpr char kInitPath[] = "/api/transaction/init";
 inline constexpr char kCredentialsPath[] = "/api/transaction/credentials";
+inline constexpr char kCompanyDataPath[] = "/api/company/data";
 
 /// The `code` of a refusal. Of the codes that a client knows, 10, 11, 45 and 81 to 84 let the user
 /// in. Refusals of this service that must deny therefore use numbers that a client does not know,
@@ -40,5 +41,6 @@ Answer failure(const QByteArray& secretKey, int code, const QString& details,
 /// True when the body has exactly the agreed members, with the agreed types.
 bool isInitBody(const QJsonObject& body);
 bool isCredentialsBody(const QJsonObject& body);
+bool isCompanyDataBody(const QJsonObject& body);
 
 } // namespace korvex::mfa_service

@@ -1,8 +1,10 @@
 #include "mfa_service.h"
+#include "recovery_code.h"
 #include "totp.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QFile>
 #include <QSaveFile>
 #include <algorithm>
 #include <atomic>
@@ -18,6 +20,7 @@ namespace {
 
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
+constexpr qint64 kMaximumFile = qint64{16} << 20;
 
 std::atomic<bool> endRequested = false;
 static_assert(std::atomic<bool>::is_always_lock_free, "written by a signal handler");
@@ -49,7 +52,15 @@ struct Options
     QCommandLineOption systemToken{"system-token", "The system token to accept.", "text"};
     QCommandLineOption secretKey{"secret-key", "The key that requests and answers are signed with.",
                                  "text"};
-    QCommandLineOption company{"company", "Company name on the page.", "name", "Example Company"};
+    QCommandLineOption company{"company", "Name of the company.", "name", "Example Company"};
+    QCommandLineOption companyLogo{"company-logo", "The company's logo (an own one).", "file"};
+    QCommandLineOption tellRecoveryCode{
+        "tell-recovery-code",
+        "As a help desk does: tell the recovery code in the registry value RecoveryCode, and end.",
+        "base64"};
+    QCommandLineOption recoveryPrivateKey{
+        "recovery-private-key", "The key for that (the development key).", "file",
+        ":/korvex/mfa_service/development_recovery_private_key.pem"};
     QCommandLineOption user{"user",
                             "A user and his TOTP secret; may be repeated. Without any, every name "
                             "is accepted with a secret of its own.",
@@ -80,11 +91,35 @@ std::expected<void, QString> applyLists(MfaService& service, const QStringList& 
     return {};
 }
 
+std::optional<QByteArray> readFile(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        print(stderr, "korvex-mfa-service: cannot read " + path + ": " + file.errorString());
+        return std::nullopt;
+    }
+    const QByteArray content = file.read(kMaximumFile + 1);
+    if (content.size() <= kMaximumFile)
+        return content;
+    print(stderr, "korvex-mfa-service: " + path + " is too large");
+    return std::nullopt;
+}
+
 bool writeFile(const QString& path, const QByteArray& content)
 {
     QSaveFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() &&
            file.commit();
+}
+
+int tellCode(const QString& stored, const QString& keyPath)
+{
+    const auto key = readFile(keyPath);
+    if (!key)
+        return kFailed;
+    const auto code = tellRecoveryCode(stored, *key);
+    print(code ? stdout : stderr, code ? *code : "korvex-mfa-service: " + code.error());
+    return code ? 0 : kFailed;
 }
 
 int serve(MfaService& service, const QString& certificatePath)
@@ -109,6 +144,7 @@ int serve(MfaService& service, const QString& certificatePath)
 
 int main(int argc, char* argv[])
 {
+    Q_INIT_RESOURCE(mfa_service);
     std::signal(SIGINT, [](int) { endRequested = true; });
     std::signal(SIGTERM, [](int) { endRequested = true; });
 
@@ -120,7 +156,8 @@ int main(int argc, char* argv[])
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
     parser.addOptions({options.port, options.https, options.certificateOut, options.systemToken,
-                       options.secretKey, options.company, options.user, options.misbehave});
+                       options.secretKey, options.company, options.companyLogo, options.user,
+                       options.misbehave, options.tellRecoveryCode, options.recoveryPrivateKey});
     if (!parser.parse(QCoreApplication::arguments()))
         return wrongUsage(parser.errorText());
     if (parser.isSet(help))
@@ -131,6 +168,10 @@ int main(int argc, char* argv[])
     const quint16 port = parser.value(options.port).toUShort(&isPort);
     if (!parser.positionalArguments().isEmpty())
         return wrongUsage("unexpected argument " + parser.positionalArguments().constFirst());
+    if (parser.isSet(options.tellRecoveryCode)) {
+        return tellCode(parser.value(options.tellRecoveryCode),
+                        parser.value(options.recoveryPrivateKey));
+    }
     if (!isPort)
         return wrongUsage("--port wants a number from 0 to 65535");
     if (parser.value(options.systemToken).isEmpty() || parser.value(options.secretKey).isEmpty())
@@ -138,9 +179,17 @@ int main(int argc, char* argv[])
     if (parser.isSet(options.certificateOut) && !parser.isSet(options.https))
         return wrongUsage("--certificate-out needs --https");
 
+    QByteArray companyLogo;
+    if (parser.isSet(options.companyLogo)) {
+        const auto image = readFile(parser.value(options.companyLogo));
+        if (!image)
+            return kFailed;
+        companyLogo = *image;
+    }
     MfaService service({.systemToken = parser.value(options.systemToken),
                         .secretKey = parser.value(options.secretKey),
                         .companyName = parser.value(options.company),
+                        .companyLogo = companyLogo,
                         .port = port,
                         .https = parser.isSet(options.https),
                         .openEnrollment = !parser.isSet(options.user),

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <functional>
 
@@ -10,6 +11,8 @@ struct ServiceOptions
     QString systemToken{};
     QString secretKey{};
     QString companyName = QStringLiteral("Example Company");
+    /// The company's logo, any image file; the service's own when empty.
+    QByteArray companyLogo{};
     /// Port on 127.0.0.1; 0 takes any free one.
     quint16 port = 0;
     /// HTTPS with a certificate made at start.

@@ -1,10 +1,12 @@
 #include "sign_in.h"
 
 #include "contract.h"
+#include "sealed_text.h"
 #include "totp.h"
 
 #include <QFile>
 #include <QJsonDocument>
+#include <QMimeDatabase>
 #include <chrono>
 #include <openssl/crypto.h>
 
@@ -13,6 +15,7 @@ namespace korvex::mfa_service {
 namespace {
 
 constexpr int kTotpSecretBytes = 20;
+constexpr char kLogoPath[] = "/company/logo";
 
 // Nothing from elsewhere, no script but the page's own, no frame around it.
 constexpr char kPagePolicy[] =
@@ -20,9 +23,9 @@ constexpr char kPagePolicy[] =
     "connect-src 'self'; img-src data:; base-uri 'none'; form-action 'none'; "
     "frame-ancestors 'none'";
 
-QByteArray pageFile(const QString& name)
+QByteArray resource(const QString& name)
 {
-    QFile file(QStringLiteral(":/korvex/mfa_service/page/") + name);
+    QFile file(QStringLiteral(":/korvex/mfa_service/") + name);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
@@ -64,7 +67,8 @@ Answer SignIn::answer(const Request& request, const QString& baseUrl)
 {
     const QString route = request.route();
     if (request.method == "POST") {
-        if (route == QLatin1String(kInitPath) || route == QLatin1String(kCredentialsPath))
+        if (route == QLatin1String(kInitPath) || route == QLatin1String(kCredentialsPath) ||
+            route == QLatin1String(kCompanyDataPath))
             return answerSigned(request, baseUrl);
         if (route == QLatin1String("/signin/code"))
             return enterCode(request.path.section('/', 2, -2), request.body);
@@ -74,9 +78,13 @@ Answer SignIn::answer(const Request& request, const QString& baseUrl)
         if (route == QLatin1String("/signin"))
             return page(request.path.section('/', 2));
         if (route == QLatin1String("/page/signin.css"))
-            return {.contentType = "text/css; charset=utf-8", .body = pageFile("signin.css")};
-        if (route == QLatin1String("/page/signin.js"))
-            return {.contentType = "text/javascript; charset=utf-8", .body = pageFile("signin.js")};
+            return {.contentType = "text/css; charset=utf-8", .body = resource("page/signin.css")};
+        if (route == QLatin1String("/page/signin.js")) {
+            return {.contentType = "text/javascript; charset=utf-8",
+                    .body = resource("page/signin.js")};
+        }
+        if (route == QLatin1String(kLogoPath))
+            return companyLogo();
     }
     return notFound();
 }
@@ -89,7 +97,11 @@ Answer SignIn::answerSigned(const Request& request, const QString& baseUrl)
     }
     const QJsonObject body = QJsonDocument::fromJson(request.body).object();
     const bool isInit = request.path == QLatin1String(kInitPath);
-    if (isInit ? !isInitBody(body) : !isCredentialsBody(body)) {
+    const bool isCompanyData = request.path == QLatin1String(kCompanyDataPath);
+    const bool isAgreed = isInit          ? isInitBody(body)
+                          : isCompanyData ? isCompanyDataBody(body)
+                                          : isCredentialsBody(body);
+    if (!isAgreed) {
         return refusal(m_secretKey, ErrorCode::MalformedRequest,
                        "The request does not have the agreed members", "InvalidRequestException");
     }
@@ -97,7 +109,7 @@ Answer SignIn::answerSigned(const Request& request, const QString& baseUrl)
         return refusal(m_secretKey, ErrorCode::WrongSystemToken, "The system token is unknown",
                        "InvalidSystemTokenException");
     }
-    return isInit ? init(body, baseUrl) : credentials(body);
+    return isInit ? init(body, baseUrl) : isCompanyData ? companyData(baseUrl) : credentials(body);
 }
 
 Answer SignIn::init(const QJsonObject& body, const QString& baseUrl)
@@ -110,7 +122,7 @@ Answer SignIn::init(const QJsonObject& body, const QString& baseUrl)
             return refusal(m_secretKey, ErrorCode::UnknownUser, "The user is unknown",
                            "UnknownUserException");
         }
-        id = m_transactions.open(user, now());
+        id = m_transactions.open({user, body.value("params")["hrpsk"].toString()}, now());
     }
     announceCode(user);
     // The web view shows an address as the title until the page has one, and a title with the word
@@ -121,13 +133,38 @@ Answer SignIn::init(const QJsonObject& body, const QString& baseUrl)
 Answer SignIn::credentials(const QJsonObject& body)
 {
     const std::lock_guard lock(m_mutex);
-    const std::optional<QString> user =
-        m_transactions.redeem(body.value("accessToken").toString(), now());
-    if (!user) {
+    const auto who = m_transactions.redeem(body.value("accessToken").toString(), now());
+    if (!who) {
         return refusal(m_secretKey, ErrorCode::UnknownAccessToken,
                        "The access token is unknown or used up", "InvalidAccessTokenException");
     }
-    return success(m_secretKey, {{"systemToken", m_options.systemToken}, {"username", *user}});
+    QJsonObject result{{"systemToken", m_options.systemToken}, {"username", who->user}};
+    // With it the device checks codes when it cannot reach the service; one that holds it already
+    // gets none.
+    const QByteArray secret = encodeBase32(*secretOf(who->user));
+    if (who->heldSecret != QString::fromLatin1(fingerprint(secret)))
+        result.insert("erpsk", QString::fromLatin1(sealText(secret, m_secretKey)));
+    return success(m_secretKey, result);
+}
+
+Answer SignIn::companyData(const QString& baseUrl) const
+{
+    return success(m_secretKey,
+                   {{"applicationName", "Windows sign-in"},
+                    {"companyName", m_options.companyName},
+                    {"companyLogo", baseUrl + QLatin1String(kLogoPath)},
+                    {"korvexBranding", "Protected by Korvex"},
+                    {"helpPrompt", "Need help?"},
+                    {"helpMsg", "Call the help desk of " + m_options.companyName + '.'},
+                    {"helpLink1", "https://help.example/sign-in"},
+                    {"helpLink2", "https://help.example/recovery-code"}});
+}
+
+Answer SignIn::companyLogo() const
+{
+    const QByteArray image =
+        m_options.companyLogo.isEmpty() ? resource("company_logo.png") : m_options.companyLogo;
+    return {.contentType = QMimeDatabase().mimeTypeForData(image).name().toUtf8(), .body = image};
 }
 
 Answer SignIn::page(const QString& id)
@@ -140,7 +177,7 @@ Answer SignIn::page(const QString& id)
     if (!user)
         return notFound();
     // The user's name comes last, because it may contain anything, a placeholder included.
-    QString html = QString::fromUtf8(pageFile("signin.html"));
+    QString html = QString::fromUtf8(resource("page/signin.html"));
     html.replace("{{company}}", m_options.companyName.toHtmlEscaped());
     html.replace("{{user}}", user->toHtmlEscaped());
     return {.contentType = "text/html; charset=utf-8",

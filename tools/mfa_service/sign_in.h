@@ -12,8 +12,8 @@
 
 namespace korvex::mfa_service {
 
-/// What the service answers when it behaves: the probe, the two signed calls, the page and the
-/// code that the page sends. Knows nothing of sockets. Thread-safe.
+/// What the service answers when it behaves: the probe, the signed calls, the page and the code
+/// that the page sends, the company's logo. Knows nothing of sockets. Thread-safe.
 class SignIn
 {
 public:
@@ -29,6 +29,8 @@ private:
     Answer answerSigned(const Request& request, const QString& baseUrl);
     Answer init(const QJsonObject& body, const QString& baseUrl);
     Answer credentials(const QJsonObject& body);
+    Answer companyData(const QString& baseUrl) const;
+    Answer companyLogo() const;
     Answer page(const QString& id);
     Answer enterCode(const QString& id, const QByteArray& body);
 

@@ -12,6 +12,7 @@ namespace {
 constexpr qint64 kStepSeconds = 30;
 constexpr int kDigits = 6;
 constexpr quint32 kModulus = 1'000'000;
+constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ234567";
 
 } // namespace
 
@@ -49,14 +50,14 @@ bool totpMatches(const QByteArray& secret, qint64 unixSeconds, const QString& co
 
 std::optional<QByteArray> decodeBase32(const QString& text)
 {
-    static const QString kAlphabet = QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZ234567");
+    static const QString alphabet = QString::fromLatin1(kAlphabet);
     QByteArray bytes;
     quint32 buffer = 0;
     int bits = 0;
     for (const QChar& character : text) {
         if (character == QLatin1Char(' ') || character == QLatin1Char('='))
             continue;
-        const int value = kAlphabet.indexOf(character.toUpper());
+        const int value = alphabet.indexOf(character.toUpper());
         if (value < 0)
             return std::nullopt;
         buffer = buffer << 5 | static_cast<quint32>(value);
@@ -67,6 +68,21 @@ std::optional<QByteArray> decodeBase32(const QString& text)
         }
     }
     return bytes.isEmpty() ? std::nullopt : std::optional{bytes};
+}
+
+QByteArray encodeBase32(const QByteArray& bytes)
+{
+    QByteArray text;
+    quint32 buffer = 0;
+    int bits = 0;
+    for (const char byte : bytes) {
+        buffer = buffer << 8 | static_cast<unsigned char>(byte);
+        for (bits += 8; bits >= 5; bits -= 5)
+            text.append(kAlphabet[buffer >> (bits - 5) & 31]);
+    }
+    if (bits > 0)
+        text.append(kAlphabet[buffer << (5 - bits) & 31]);
+    return text;
 }
 
 } // namespace korvex::mfa_service

@@ -16,4 +16,7 @@ bool totpMatches(const QByteArray& secret, qint64 unixSeconds, const QString& co
 /// Nothing for other characters and for an empty secret.
 std::optional<QByteArray> decodeBase32(const QString& text);
 
+/// Base32 in upper case, without padding.
+QByteArray encodeBase32(const QByteArray& bytes);
+
 } // namespace korvex::mfa_service

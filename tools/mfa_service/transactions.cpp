@@ -27,11 +27,11 @@ QByteArray randomBytes(int count)
     return bytes;
 }
 
-QString Transactions::open(const QString& user, qint64 now)
+QString Transactions::open(const SignedIn& who, qint64 now)
 {
     dropExpired(now);
     const QString id = randomHex(kIdBytes);
-    m_transactions[id] = {.user = user, .openedAt = now};
+    m_transactions[id] = {.who = who, .openedAt = now};
     return id;
 }
 
@@ -41,7 +41,7 @@ std::optional<QString> Transactions::userOf(const QString& id, qint64 now)
     const auto found = m_transactions.find(id);
     if (found == m_transactions.end() || !found->second.accessToken.isEmpty())
         return std::nullopt;
-    return found->second.user;
+    return found->second.who.user;
 }
 
 Transactions::CodeResult Transactions::enterCode(const QString& id, bool codeIsRight)
@@ -57,7 +57,7 @@ Transactions::CodeResult Transactions::enterCode(const QString& id, bool codeIsR
     return {.attemptsLeft = attemptsLeft};
 }
 
-std::optional<QString> Transactions::redeem(const QString& accessToken, qint64 now)
+std::optional<Transactions::SignedIn> Transactions::redeem(const QString& accessToken, qint64 now)
 {
     dropExpired(now);
     const auto found =
@@ -66,9 +66,9 @@ std::optional<QString> Transactions::redeem(const QString& accessToken, qint64 n
         });
     if (found == m_transactions.end())
         return std::nullopt;
-    const QString user = found->second.user;
+    const SignedIn who = found->second.who;
     m_transactions.erase(found);
-    return user;
+    return who;
 }
 
 void Transactions::dropExpired(qint64 now)

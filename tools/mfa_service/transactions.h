@@ -18,8 +18,15 @@ public:
         int attemptsLeft = 0;
     };
 
+    /// Who has signed in, and from what device.
+    struct SignedIn
+    {
+        QString user{};
+        QString heldSecret{}; ///< the fingerprint of the offline secret that the device holds
+    };
+
     /// Opens a transaction and returns its id, 32 hexadecimal digits.
-    QString open(const QString& user, qint64 now);
+    QString open(const SignedIn& who, qint64 now);
 
     /// Who signs in; nothing unless the transaction is waiting for a code.
     std::optional<QString> userOf(const QString& id, qint64 now);
@@ -28,13 +35,13 @@ public:
     /// transaction is gone.
     CodeResult enterCode(const QString& id, bool codeIsRight);
 
-    /// Uses up an access token: who has signed in, or nothing for an unknown, used or old token.
-    std::optional<QString> redeem(const QString& accessToken, qint64 now);
+    /// Uses up an access token; nothing for an unknown, used or old one.
+    std::optional<SignedIn> redeem(const QString& accessToken, qint64 now);
 
 private:
     struct Transaction
     {
-        QString user{};
+        SignedIn who{};
         QString accessToken{};
         qint64 openedAt = 0;
         int wrongCodes = 0;

@@ -1,6 +1,8 @@
+#include "core/openssl_program.h"
 #include "mfa_service/mfa_service.h"
 #include "mfa_service/totp.h"
 
+#include <QImage>
 #include <QJsonDocument>
 #include <QMessageAuthenticationCode>
 #include <QNetworkAccessManager>
@@ -16,6 +18,7 @@ namespace {
 const QString kInit = "/api/transaction/init";
 const QString kCredentials = "/api/transaction/credentials";
 const QByteArray kSecret = "12345678901234567890"; // of RFC 6238
+const QString kCompanyData = "/api/company/data";
 const QString kTyped = "gezd gnbv gy3t qojq GEZDGNBVGY3TQOJQ";
 constexpr int kTimeout = 10'000;
 
@@ -23,6 +26,21 @@ constexpr int kTimeout = 10'000;
 QByteArray hmac(const QByteArray& body)
 {
     return QMessageAuthenticationCode::hash(body, "Jefe", QCryptographicHash::Sha256).toHex();
+}
+
+/// What a sealed text holds, opened by the openssl program once its MAC is right.
+QByteArray openSealed(const QByteArray& sealed)
+{
+    const QJsonObject envelope = QJsonDocument::fromJson(QByteArray::fromBase64(sealed)).object();
+    const QByteArray iv = envelope["iv"].toString().toLatin1();
+    const QByteArray value = envelope["value"].toString().toLatin1();
+    const QByteArray key = QCryptographicHash::hash("Jefe", QCryptographicHash::Md5).toHex();
+    const auto mac = QMessageAuthenticationCode::hash(iv + value, key, QCryptographicHash::Sha256);
+    if (envelope["mac"].toString().toLatin1() != mac.toHex() || envelope["tag"].toString() != "")
+        return "wrong MAC";
+    return korvex::test::openssl(
+        {"enc", "-d", "-aes-256-cbc", "-K", key.toHex(), "-iv", QByteArray::fromBase64(iv).toHex()},
+        QByteArray::fromBase64(value));
 }
 
 QByteArray initBody(const QByteArray& user = "alice", const QByteArray& params = {})
@@ -65,12 +83,16 @@ private slots:
     void totp();
     void signIn();
     void wrongCodes();
+    void secretForOfflineUse();
+    void companyData();
     void refusals_data();
     void refusals();
     void misbehaviour_data();
     void misbehaviour();
     void stopsWhileAnswersHang();
     void program();
+    void recoveryCode_data();
+    void recoveryCode();
 
 private:
     QNetworkReply* start(const QString& path, const QByteArray& body, const QByteArray& signature)
@@ -159,12 +181,40 @@ void TestMfaService::signIn()
 
     const Reply granted = post(kCredentials, credentialsBody(accessToken));
     QCOMPARE(granted.signature, hmac(granted.body));
-    QCOMPARE(granted.result(), (QJsonObject{{"systemToken", "system"}, {"username", "alice"}}));
+    QCOMPARE(granted.result()["systemToken"], "system");
+    QCOMPARE(granted.result()["username"], "alice");
     QCOMPARE(post(kCredentials, credentialsBody(accessToken)).result()["code"], 22);
 
     QVERIFY(m_log.contains("POST " + kInit + " 200"));
     for (const QString& secret : {accessToken, page.section('/', -1), QString("081804")})
         QVERIFY(!m_log.join('\n').contains(secret));
+}
+
+void TestMfaService::secretForOfflineUse()
+{
+    const QByteArray text = "GEZDGNBVGY3TQOJQGEZDGNBVGY3TQOJQ";
+    const QByteArray held =
+        QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex().left(7);
+    for (const QByteArray& fingerprint : {QByteArray("0123abc"), QByteArray(), held}) {
+        const Reply started = post(kInit, initBody().replace("0123abc", fingerprint));
+        const Reply entered = enterCode(started.result()["webURI"].toString(), "081804");
+        const Reply granted =
+            post(kCredentials, credentialsBody(entered.json()["accessToken"].toString()));
+        QCOMPARE(granted.result().contains("erpsk"), fingerprint != held);
+        if (fingerprint != held)
+            QCOMPARE(openSealed(granted.result()["erpsk"].toString().toLatin1()), text);
+    }
+    QCOMPARE(encodeBase32("foobar"), QByteArray("MZXW6YTBOI")); // RFC 4648, without its padding
+}
+
+void TestMfaService::companyData()
+{
+    const QJsonObject result = post(kCompanyData, R"({"systemToken":"system"})").result();
+    QCOMPARE(result["companyName"], "Example Company");
+    const QUrl logo(result["companyLogo"].toString());
+    QVERIFY(!QImage::fromData(finish(m_manager.get(QNetworkRequest(logo))).body).isNull());
+    m_service->setBehaviour(logo.path(), {.kind = Kind::Status500});
+    QCOMPARE(finish(m_manager.get(QNetworkRequest(logo))).status, 500);
 }
 
 void TestMfaService::wrongCodes()
@@ -197,6 +247,7 @@ void TestMfaService::refusals_data()
     row("signature of another body", kInit, text + ' ', 9, vector);
     row("signature in upper case", kInit, text, 9, vector.toUpper());
     row("no signature", kCredentials, credentialsBody("x"), 9, " ");
+    row("company data", kCompanyData, R"({"systemToken":"system","more":1})", 20);
     row("system token", kInit, initBody().replace("system\"", "x\""), 10);
     row("access token", kCredentials, credentialsBody("x"), 22);
     row("user", kInit, initBody("mallory"), 21);
@@ -279,6 +330,38 @@ void TestMfaService::program()
     process.terminate();
     QVERIFY(process.waitForFinished(kTimeout));
     QVERIFY(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0);
+}
+
+void TestMfaService::recoveryCode_data()
+{
+    QTest::addColumn<QByteArray>("stored");
+    QTest::addColumn<QByteArray>("told");
+    const auto row = [](const char* name, const QByteArray& block, const QByteArray& told = {}) {
+        QTest::newRow(name) << korvex::test::openssl({"pkeyutl", "-encrypt", "-pubin", "-inkey",
+                                                      KORVEX_RECOVERY_PUBLIC_KEY, "-pkeyopt",
+                                                      "rsa_padding_mode:none"},
+                                                     block.leftJustified(64, '\0', true))
+                                   .toBase64()
+                            << told;
+    };
+    row("short salt", R"({"code":"123456","_":"salt"})", "123456\n");
+    row("salt cut off", R"({"code":"987654","_":")" + QByteArray(50, 'x') + "\"}", "987654\n");
+    row("another text", R"({"code":"12345","_":"salt"})");
+    QTest::newRow("no Base64") << QByteArray("?") << QByteArray();
+    QTest::newRow("short") << QByteArray("MTIz") << QByteArray();
+    QTest::newRow("above the modulus") << QByteArray(64, '\xff').toBase64() << QByteArray();
+}
+
+void TestMfaService::recoveryCode()
+{
+    QFETCH(QByteArray, stored);
+    QProcess process;
+    process.start(KORVEX_MFA_SERVICE, {"--tell-recovery-code", stored});
+    QVERIFY(process.waitForFinished(kTimeout));
+    QTEST(process.readAllStandardOutput().replace("\r\n", "\n"), "told");
+    QFETCH(QByteArray, told);
+    QCOMPARE(process.exitCode(), told.isEmpty() ? 1 : 0);
+    QCOMPARE(process.readAllStandardError().isEmpty(), process.exitCode() == 0);
 }
 
 QTEST_GUILESS_MAIN(TestMfaService)
