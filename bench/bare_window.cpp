@@ -10,12 +10,13 @@
 namespace {
 
 constexpr char kWindow[] = R"(
+import QtQuick 2.15
 import QtQuick.Window 2.15
 Window {
     visible: true
     color: "#fbfcfe"
     width: 460
-    height: 550
+    height: 568
     x: (Screen.width - width) / 2
     y: (Screen.height - height) / 2
 }

@@ -30,8 +30,11 @@ std::unique_ptr<T> make(Arguments&&... arguments)
     return std::unique_ptr<T>(new (std::nothrow) T(std::forward<Arguments>(arguments)...));
 }
 
-void registerTypes()
+void prepareQml()
 {
+    // Drawn without a graphics driver, which a logon desktop may lack; the screen is also there
+    // sooner. Has no effect, and needs none, in a process that has shown a web page before.
+    QQuickWindow::setSceneGraphBackend(QSGRendererInterface::Software);
     qRegisterMetaType<OtpValidateResult>();
     qmlRegisterUncreatableMetaObject(OfflineModeController::staticMetaObject,
                                      "OfflineModeController", 1, 0, "Languages",
@@ -120,8 +123,8 @@ void OfflineModeController::prepare(QApplication& application, QTranslator& tran
 
 bool OfflineModeController::show()
 {
-    static const bool registered = (registerTypes(), true);
-    Q_UNUSED(registered)
+    static const bool prepared = (prepareQml(), true);
+    Q_UNUSED(prepared)
     m_screen = std::make_unique<Screen>(*m_translator);
     m_screen->provideObjects();
     return m_screen->load();

@@ -237,7 +237,7 @@ void TestOfflineSignIn::languageByKeyboard()
     const Outcome outcome =
         rig.play({{kShown, [&] {
                        if (!chosen)
-                           for (const char* key : {"shift+Tab", "Return", "Down", "Down", "Return"})
+                           for (const char* key : {"shift+Tab", "space", "Down", "Down", "Return"})
                                rig.display().press(key);
                        chosen = true;
                        return rig.display().topWindowTitle() ==

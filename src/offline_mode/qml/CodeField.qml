@@ -63,9 +63,7 @@ FocusScope {
     Row {
         id: row
 
-        readonly property real boxWidth: (parent.width - (boxes.count - 1) * spacing) / boxes.count
-
-        spacing: 10
+        spacing: 12
         transform: Translate { id: offset }
 
         Repeater {
@@ -74,7 +72,7 @@ FocusScope {
             model: 6
 
             FocusFrame {
-                width: row.boxWidth
+                width: 56
                 height: field.height
                 radius: 10
                 focused: input.activeFocus && index === Math.min(input.length, boxes.count - 1)
@@ -92,7 +90,7 @@ FocusScope {
                     anchors.horizontalCenter: parent.horizontalCenter
                     anchors.bottom: parent.bottom
                     anchors.bottomMargin: 12
-                    width: 18
+                    width: 20
                     height: 2
                     radius: 1
                     visible: parent.focused && index === input.length

@@ -76,7 +76,7 @@ DefinedColumnLayout {
         maximumLineCount: 2
         Accessible.role: Accessible.AlertMessage
         Layout.fillWidth: true
-        Layout.preferredHeight: 42
+        height: 44
     }
     TextButton {
         text: TotpTextProvider.signInButtonText

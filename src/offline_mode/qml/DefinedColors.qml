@@ -10,7 +10,7 @@ QtObject {
     readonly property color line: "#77869a"
     readonly property color accent: "#1b5cc0"
     readonly property color accentDeep: "#164b9e"
-    readonly property color glow: "#bbceec"
+    readonly property color glow: "#8fb4ec"
     readonly property color error: "#b0231b"
     readonly property color good: "#14704a"
     readonly property color shade: "#8015202e"

@@ -6,16 +6,16 @@ Rectangle {
     property bool focused: false
 
     radius: 8
-    border.width: focused ? 2 : 1
+    border.width: 1
     border.color: focused ? DefinedColors.accent : DefinedColors.line
     color: DefinedColors.field
 
     Rectangle {
         anchors.fill: parent
-        anchors.margins: -3
+        anchors.margins: -4
         z: -1
         visible: parent.focused
-        radius: parent.radius + 3
+        radius: parent.radius + 4
         color: DefinedColors.glow
     }
 }

@@ -13,15 +13,13 @@ T.ComboBox {
     currentIndex: InternationalizationController.selectedLanguage
     displayText: nameOf(currentText, InternationalizationController.selectedLanguage)
     implicitWidth: 132
-    implicitHeight: 34
+    implicitHeight: 36
     leftPadding: 12
     rightPadding: 30
     focusPolicy: Qt.StrongFocus
     font: DefinedFonts.body
     Accessible.name: TotpTextProvider.languageLabel + ": " + displayText
     onActivated: InternationalizationController.selectedLanguage = index
-    Keys.onReturnPressed: popup.open()
-    Keys.onEnterPressed: popup.open()
 
     contentItem: Text {
         text: selector.displayText
@@ -45,7 +43,7 @@ T.ComboBox {
         id: entry
 
         width: selector.width - 2
-        height: 34
+        height: 36
         leftPadding: 12
         highlighted: selector.highlightedIndex === index
         text: selector.nameOf(model.name, InternationalizationController.selectedLanguage)

@@ -8,11 +8,9 @@ T.Button {
 
     flat: false
     implicitWidth: label.implicitWidth + leftPadding + rightPadding
-    implicitHeight: label.implicitHeight + topPadding + bottomPadding
-    leftPadding: flat ? 6 : 24
+    implicitHeight: flat ? 28 : 40
+    leftPadding: flat ? 8 : 24
     rightPadding: leftPadding
-    topPadding: flat ? 5 : 12
-    bottomPadding: topPadding
     focusPolicy: Qt.StrongFocus
     font: flat ? DefinedFonts.body : DefinedFonts.label
     Accessible.name: text
@@ -32,7 +30,7 @@ T.Button {
     }
     background: FocusFrame {
         focused: button.visualFocus
-        border.width: focused ? 2 : 0
+        border.width: focused ? 1 : 0
         border.color: button.flat ? DefinedColors.accent : DefinedColors.accentDeep
         color: button.flat ? (button.hovered ? DefinedColors.panel : DefinedColors.window)
                            : (button.down || button.hovered ? DefinedColors.accentDeep : DefinedColors.accent)

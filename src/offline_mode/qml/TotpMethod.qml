@@ -14,7 +14,7 @@ Window {
            | Qt.WindowStaysOnTopHint | Qt.MSWindowsFixedSizeDialogHint
     color: DefinedColors.window
     width: Math.min(460, Screen.desktopAvailableWidth)
-    height: Math.min(550, Screen.desktopAvailableHeight - frameHeight)
+    height: Math.min(568, Screen.desktopAvailableHeight - frameHeight)
     minimumWidth: width
     maximumWidth: width
     minimumHeight: height
