@@ -61,7 +61,14 @@ Result<QJsonObject> KorvexRestAPIClient::patch(const QString& path, const QJsonD
 
 Result<QByteArray> KorvexRestAPIClient::get(const QString& absoluteUrl)
 {
-    return KorvexRestAPIClient().fetch(QUrl(absoluteUrl));
+    const QUrl url(absoluteUrl);
+    // Qt would read the machine's own files too, and the address comes from elsewhere.
+    if (url.scheme() != QLatin1String("https") && url.scheme() != QLatin1String("http")) {
+        logger().logWarning(0,
+                            QStringLiteral("Http request refused, no web address: ") + absoluteUrl);
+        return failure(ErrorCode::TransferFailure);
+    }
+    return KorvexRestAPIClient().fetch(url);
 }
 
 Result<void> KorvexRestAPIClient::probe()

@@ -34,8 +34,8 @@ public:
     [[nodiscard]] Result<QJsonObject> post(const QString& path, const QJsonDocument& body);
     [[nodiscard]] Result<QJsonObject> patch(const QString& path, const QJsonDocument& body);
 
-    /// An unsigned GET of any address, with a client of its own; gives the body.
-    /// Errors: ServerFailure, TransferFailure.
+    /// An unsigned GET of any web address (http, https), with a client of its own; gives the body.
+    /// Errors: ServerFailure, TransferFailure, which an address of another kind is too.
     [[nodiscard]] static Result<QByteArray> get(const QString& absoluteUrl);
 
     /// Asks whether the service can be reached: an unsigned GET of the bare base URL.

@@ -1,5 +1,6 @@
 #include "api/transaction.h"
 
+#include "api/company_data_fetch.h"
 #include "api/connectivity.h"
 #include "api/error_policy.h"
 #include "api/service_settings.h"
@@ -65,7 +66,9 @@ int Transaction::start()
     if (!Connectivity::checkConnection(m_client))
         return 0;
 
-    // The company's branding is fetched at this point once the library can show it.
+    fetchCompanyDataOnce(m_client, m_systemToken);
+    if (verdictGiven())
+        return 0;
 
     const QJsonDocument body = buildPostData(PostType::Init);
     if (body.isEmpty())

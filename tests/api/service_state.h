@@ -42,6 +42,7 @@ public:
         mainKey().writeString("FailMode", "deny");
         mainKey().writeNumber("RequestTimeout", 10000);
         mainKey().writeBool("sendUPN", false);
+        cacheKey().writeNumber("IsCompanyDataReaded", 1); // one request less in each sign-in
         clearVerdict();
         takeLog();
     }

@@ -82,12 +82,10 @@ private slots:
     void rawAnswer_data();
     void rawAnswer();
     void nothingKeptBetweenRequests();
-    void unreachable();
     void requestLog();
     void settings();
     void envelope_data();
     void envelope();
-    void truncatedEnvelope();
 
 private:
     test::ServiceState m_state{true};
@@ -97,23 +95,13 @@ void TestRestClient::signature_data()
 {
     QTest::addColumn<QString>("key");
     QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QByteArray>("digest"); // or its beginning; empty to ask the openssl program
+    QTest::addColumn<QByteArray>("digest"); // empty to ask the openssl program
     const auto row = [](const char* name, const QString& key, const QByteArray& body,
                         const char* digest = "") {
         QTest::newRow(name) << key << body << QByteArray(digest);
     };
-    QString counting;
-    for (ushort c = 1; c <= 25; ++c)
-        counting += QChar(c);
-    // The cases of RFC 4231 whose keys are 7-bit text.
-    row("RFC 4231, 1", QString(20, QChar(0x0b)), "Hi There",
-        "b0344c61d8db38535ca8afceaf0bf12b881dc200c9833da726e9376c2e32cff7");
     row("RFC 4231, 2", "Jefe", "what do ya want for nothing?",
         "5bdcc146bf60754e6a042426089575c75a003f089d2739839dec58b964ec3843");
-    row("RFC 4231, 4", counting, QByteArray(50, '\xcd'),
-        "82558a389a443c0ea4cc819899f2083a85f0faa3e578f8077a2e3ff46729665b");
-    row("RFC 4231, 5", QString(20, QChar(0x0c)), "Test With Truncation",
-        "a3b6167473100ee06e0c796c2955552b");
     row("openssl, empty body", kSecretKey, "");
     row("openssl, key over a block", QString(65, 'k'), kInitBody);
     row("openssl, key in local 8-bit form", QString::fromUtf8("zażółć"), QByteArray("\0\xff", 2));
@@ -128,10 +116,7 @@ void TestRestClient::signature()
     if (digest.isEmpty())
         digest = test::opensslDigest(
             {"-sha256", "-mac", "HMAC", "-macopt", "hexkey:" + key.toLocal8Bit().toHex()}, body);
-    const QByteArray signature = KorvexRestAPIClient().sign(body);
-    QCOMPARE(signature.size(), 64);
-    QVERIFY(digest.size() >= 32);
-    QCOMPARE(signature.left(digest.size()), digest);
+    QCOMPARE(KorvexRestAPIClient().sign(body), digest);
 }
 
 void TestRestClient::signedRequest()
@@ -174,10 +159,6 @@ void TestRestClient::unsignedRequests()
     }
     peer.answer = RawServer::http("200 OK", QByteArray(kMaxAnswer, 'x'));
     QCOMPARE(KorvexRestAPIClient::get(address).value().size(), kMaxAnswer);
-    mainKey().writeNumber("RequestTimeout", 300);
-    m_state.service().setBehaviour("/logo", {Kind::Hang});
-    QCOMPARE(errorOf(KorvexRestAPIClient::get(m_state.service().baseUrl() + "/logo")),
-             QString("1002"));
 }
 
 void TestRestClient::misbehaviour_data()
@@ -194,13 +175,6 @@ void TestRestClient::misbehaviour_data()
     row("upper-case signature", {Kind::UpperCaseSignature}, "9");
     row("redirect", {Kind::Redirect}, "9");
     row("unsigned bypass", {Kind::UnsignedUserBypassedException}, "45 The user is exempt");
-    row("code 84", {Kind::EnvelopeError, 84}, "84 Refused with code 84");
-    row("unknown code", {Kind::EnvelopeError, 77}, "1000");
-    row("empty result", {Kind::EmptyResult}, "1000");
-    row("not JSON", {Kind::NotJson}, "1003");
-    row("JSON array", {Kind::JsonArray}, "1003");
-    row("404", {Kind::Status404}, "1002", "203/404");
-    row("500", {Kind::Status500}, "1001", "401/500");
     row("cut short", {Kind::CutShort}, "1002", "2/200");
     row("64 MiB body", {Kind::HugeBody}, "1002", "5/200");
     row("endless slow body", {Kind::EndlessSlowBody}, "1002", "5/200");
@@ -242,10 +216,10 @@ void TestRestClient::rawAnswer_data()
     status("400 Bad Request", kAnswer, "0", "0");
     status("400 Bad Request", "<html>", "1003", "0");
     status("400 Bad Request", "", "1002", "1002");
-    for (const char* const text : {"401 Unauthorized", "403 Forbidden", "418 Teapot", "429 Wait"})
-        status(text, kAnswer, "1002", "1002");
-    for (const char* const text : {"501 Unknown", "502 Bad Gateway", "503 Unavailable", "599 Odd"})
-        status(text, kAnswer, "1001", "1001");
+    status("401 Unauthorized", kAnswer, "1002", "1002");
+    status("418 Teapot", kAnswer, "1002", "1002");
+    status("503 Unavailable", kAnswer, "1001", "1001");
+    status("599 Odd", kAnswer, "1001", "1001");
 
     // Answers with status 200.
     const auto ok = [](const QByteArray& body, const QByteArray& headers) {
@@ -262,7 +236,6 @@ void TestRestClient::rawAnswer_data()
     row("bypass, empty signature", ok(kBypass, "X-Korvex-Signature:\r\n"), "45");
     row("bypass, wrong signature", ok(kBypass, "X-Korvex-Signature: 0\r\n"), "9");
     row("no HTTP", "SSH-2.0-x\r\n", "1002", "1002");
-    row("nothing", "", "1002", "1002");
 }
 
 void TestRestClient::rawAnswer()
@@ -291,20 +264,6 @@ void TestRestClient::nothingKeptBetweenRequests()
             QVERIFY2(!request.toLower().contains(header), request.constData());
 }
 
-void TestRestClient::unreachable()
-{
-    const QString authority = m_state.service().baseUrl().section('/', 2);
-    // Nothing listens, no scheme, nothing, broken.
-    for (const QString& address :
-         {QString("http://127.0.0.1:1"), "//" + authority, QString(), QString("http://[::1")}) {
-        useServer(address);
-        QCOMPARE(postInit(), QString("1002"));
-        QCOMPARE(errorOf(KorvexRestAPIClient().probe()), QString("1002"));
-    }
-    QVERIFY(transferFailures(m_state.takeLog()).startsWith("1/0 1/0 301/0 "));
-    QVERIFY(m_state.paths().isEmpty());
-}
-
 void TestRestClient::requestLog()
 {
     // Authentic answers are logged, and nothing else is.
@@ -321,15 +280,12 @@ void TestRestClient::requestLog()
 
 void TestRestClient::settings()
 {
+    // No number of milliseconds may mean that a request waits for ever.
     for (const auto& [stored, expected] : {std::pair(1, 1), {0, 20000}, {-1, 20000}}) {
         mainKey().writeNumber("RequestTimeout", stored);
         QCOMPARE(requestTimeout(), expected);
     }
-    QCOMPARE(apiServer(), m_state.service().baseUrl());
-    // Values of another type read as absent ones.
-    mainKey().writeString("RequestTimeout", "5");
-    mainKey().writeNumber("korvexApiServer", 5);
-    QCOMPARE(requestTimeout(), 20000);
+    mainKey().writeNumber("korvexApiServer", 5); // reads as an absent one
     QCOMPARE(apiServer(), QString(KORVEX_DEFAULT_API_SERVER));
 }
 
@@ -345,23 +301,18 @@ void TestRestClient::envelope_data()
     const char* const unknown = "[Warning] Unknown API exception: 0 ''";
     row(R"({"status":"OK","result":{"code":10,"b":[]}})", R"({"b":[],"code":10})");
     row(R"({"status":"OK","result":{}})", "1000", unknown);
-    row(R"({"status":"OK","result":"text"})", "1000", unknown);
     row(R"({"status":"ok","result":{"a":1}})", "1000", unknown);
-    row("{}", "1000", unknown);
     row(R"({"result":{"code":9,"details":"ż\n\"","exception":"e"}})", "9 ż\n\"");
     for (const char* const code : {"10", "11", "45", "81", "82", "83", "84"})
         row(QByteArray(R"({"status":0,"result":{"code":)") + code + ".0}}", code);
     row(R"({"status":"ERROR","result":{"code":"10"}})", "1000", unknown);
-    row(R"({"status":"ERROR","result":{"code":9.5}})", "1000", unknown);
     row(R"({"status":"ERROR","result":{"code":4294967305}})", "1000", unknown);
-    row(R"({"status":"ERROR","result":[{"code":10}]})", "1000", unknown);
     row(R"({"result":{"code":1002,"details":"d"}})", "1000",
         "[Warning] Unknown API exception: 1002 ''");
     row(R"({"result":{"code":77,"exception":"%1 ż"}})", "1000",
         "[Warning] Unknown API exception: 77 '%1 ż'");
-    for (const char* const text : {"", "[]", "null", "5", "\"x\"", "{\"a\":1}}", "\xff{}"})
+    for (const char* const text : {"", "[]", "{\"a\":1}}", "\xff{}"})
         row(text, "1003");
-    row(QByteArray(100000, '['), "1003");
     row("{\"result\":" + QByteArray(100000, '[') + QByteArray(100000, ']') + '}', "1003");
 }
 
@@ -372,14 +323,6 @@ void TestRestClient::envelope()
     QTEST(result ? QString(QJsonDocument(*result).toJson(QJsonDocument::Compact)) : errorOf(result),
           "expected");
     QTEST(m_state.takeLog().join('|'), "warning");
-}
-
-void TestRestClient::truncatedEnvelope()
-{
-    const QByteArray whole = R"({"status":"OK","result":{"a":[1.5e3,true,null,"\u017c"]}})";
-    QVERIFY(readServiceEnvelope(whole));
-    for (int size = 0; size < whole.size(); ++size)
-        QCOMPARE(errorOf(readServiceEnvelope(whole.left(size))), QString("1003"));
 }
 
 QTEST_GUILESS_MAIN(TestRestClient)

@@ -3,9 +3,6 @@
 
 #include <QProcess>
 #include <QtTest>
-#include <cstdlib>
-#include <fcntl.h>
-#include <unistd.h>
 
 using korvex::platform::RegistryKey;
 
@@ -17,33 +14,21 @@ const QByteArray kDone = "0 The operation completed successfully.\n";
 const QByteArray kNotFound =
     "1 !ERROR: The system was unable to find the specified registry key or value.\n";
 const QByteArray kCanceled = "The operation was canceled by the user.\n";
-const QByteArray kSignature = "Windows Registry Editor Version 5.00\r\n\r\n";
-const QByteArray kStart = kSignature + "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Test]\r\n";
+const QByteArray kStart =
+    "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Test]\r\n";
 
-/// Runs the program on this input: exit code, output and, behind "!", error output. Arguments are
-/// one text, separated by "|", in which "@" stands for the key of these tests.
-QByteArray reg(QString arguments, const QString& input = QProcess::nullDevice())
+/// Runs the program without a terminal: exit code, output and, behind "!", error output. Arguments
+/// are one text, separated by "|", in which "@" stands for the key of these tests.
+QByteArray reg(QString arguments)
 {
     QProcess process;
-    process.setStandardInputFile(input);
+    process.setStandardInputFile(QProcess::nullDevice());
     process.start(KORVEX_REG, arguments.replace('@', "HKLM\\SOFTWARE\\Test").split('|'));
     if (!process.waitForFinished() || process.exitStatus() != QProcess::NormalExit)
         return process.errorString().toUtf8();
     const QByteArray error = process.readAllStandardError();
     return QByteArray::number(process.exitCode()) + ' ' + process.readAllStandardOutput() +
            (error.isEmpty() ? "" : '!' + error);
-}
-
-/// Runs it on a terminal of its own, on which `answers` have been typed.
-QByteArray regOnTerminal(const QString& arguments, const QByteArray& answers)
-{
-    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
-    const bool isTyped =
-        ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0 &&
-        ::write(terminal, answers.constData(), std::size_t(answers.size())) == answers.size();
-    const QByteArray result = isTyped ? reg(arguments, ::ptsname(terminal)) : QByteArray();
-    ::close(terminal);
-    return result;
 }
 
 QByteArray utf16(const QByteArray& text)
@@ -73,17 +58,13 @@ private slots:
     void add();
     void refused_data();
     void refused();
-    void usage();
     void query();
     void deletes();
-    void asks_data();
-    void asks();
     void exported();
     void import_data();
     void import();
     void badImportChangesNothing_data();
     void badImportChangesNothing();
-    void unusableFiles();
 
 private:
     bool write(const QByteArray& content, const QString& path) const
@@ -106,11 +87,9 @@ void TestRegistryEditor::add_data()
 {
     QTest::addColumn<QByteArray>("shown");
     QTest::newRow("/v|x|/t|REG_SZ|/d|some text|/f") << QByteArray("x    REG_SZ    some text");
-    QTest::newRow("/v|x") << QByteArray("x    REG_SZ    ");
     QTest::newRow("/v|ż|/d|Größe 日本") << QByteArray("ż    REG_SZ    Größe 日本");
     QTest::newRow("/ve|/d|x") << QByteArray("(Default)    REG_SZ    x");
     QTest::newRow("/v|x|/t|REG_DWORD|/d|010") << QByteArray("x    REG_DWORD    0xa");
-    QTest::newRow("/v|x|/t|REG_DWORD|/d|0xFFffFFFF") << QByteArray("x    REG_DWORD    0xffffffff");
     QTest::newRow("/D|18446744073709551615|/T|reg_qword|/V|x|/F")
         << QByteArray("x    REG_QWORD    0xffffffffffffffff");
 }
@@ -131,23 +110,15 @@ void TestRegistryEditor::refused_data()
         QTest::newRow(arguments) << "1 !ERROR: Invalid " + error + "\nType \"REG " + verb +
                                         "/?\" for usage.\n";
     };
-    for (const char* const number : {"4294967296", "-1", "+1", "ten", "", "ff", "0x0x1"})
+    for (const char* const number : {"4294967296", "-1", "", "ff"})
         row(QByteArray("add|@|/v|x|/t|REG_DWORD|/d|") + number,
             "syntax. Specify valid numeric value for '/d'.", "ADD ");
-    row("add|@|/v|x|/t|REG_BINARY|/d|00",
-        "syntax. The type 'REG_BINARY' is not REG_SZ, REG_DWORD or REG_QWORD.", "ADD ");
     row("", "syntax.", "");
-    row("copy|@", "syntax.", "");
-    row("query", "syntax.", "QUERY ");
     row("query|@|/v", "syntax. '/v' has no value.", "QUERY ");
-    row("query|@|/S|/s", "syntax. '/s' is there twice.", "QUERY ");
     row("delete|@|/v|a|/va|/f", "syntax.", "DELETE ");
-    row("export|@", "syntax.", "EXPORT ");
     const QByteArray root = "key name. It has to begin with HKLM or HKEY_LOCAL_MACHINE.";
     row("add|HKCU\\Software\\x|/f", root, "ADD ");
-    row("query|HKLMX\\x", root, "QUERY ");
-    for (const char* const arguments : {"query|@\\y", "query|@|/v|y", "query|@|/ve",
-                                        "delete|@\\y|/f", "delete|@|/v|y|/f", "export|@\\y|x"})
+    for (const char* const arguments : {"query|@\\y", "delete|@|/v|y|/f", "export|@\\y|x"})
         QTest::newRow(arguments) << kNotFound;
     QTest::newRow("delete|HKLM|/f") << QByteArray("1 !ERROR: Access is denied.\n");
 }
@@ -158,15 +129,6 @@ void TestRegistryEditor::refused()
     QVERIFY(m_key.writeNumber("x", 1));
     QCOMPARE(reg(QTest::currentDataTag()), error);
     QCOMPARE(m_key.readNumber("x"), std::optional(1));
-}
-
-void TestRegistryEditor::usage()
-{
-    const QByteArray all = reg("/?");
-    for (const QByteArray verb : {"add", "query", "delete", "import", "export"}) {
-        QVERIFY(all.startsWith("0 ") && all.contains("korvex-reg " + verb));
-        QVERIFY(reg(verb + "|/?").startsWith("0 korvex-reg " + verb));
-    }
 }
 
 void TestRegistryEditor::query()
@@ -183,9 +145,6 @@ void TestRegistryEditor::query()
     QCOMPARE(reg("query|@|/v|b text"), "0 " + kShown + '\n' + text);
     QCOMPARE(reg("query|@|/s"), "0 " + kShown + '\n' + number + text + below.mid(1) +
                                     "    B TEXT    REG_QWORD    0x1e\n\n");
-    QCOMPARE(reg("query|/s|@|/v|a number"),
-             "0 " + kShown + '\n' + number + "\nEnd of search: 1 match(es) found.\n");
-    QCOMPARE(reg("query|@|/s|/v|y"), "1 \nEnd of search: 0 match(es) found.\n");
 }
 
 void TestRegistryEditor::deletes()
@@ -201,30 +160,6 @@ void TestRegistryEditor::deletes()
     QCOMPARE(reg("delete|@|/f"), kDone);
     QVERIFY(!below.readNumber("x") && beside.readNumber("x"));
     QCOMPARE(reg("query|@"), kNotFound);
-}
-
-void TestRegistryEditor::asks_data()
-{
-    QTest::addColumn<QByteArray>("question");
-    QTest::newRow("delete|@|/v|x") << QByteArray("Delete the registry value x (Yes/No)? ");
-    QTest::newRow("delete|@") << "Permanently delete the registry key " + kShown.mid(1) +
-                                     " (Yes/No)? ";
-    QTest::newRow("add|@|/v|x|/d|new") << QByteArray("Value x exists, overwrite(Yes/No)? ");
-}
-
-void TestRegistryEditor::asks()
-{
-    const QString arguments = QTest::currentDataTag();
-    QFETCH(QByteArray, question);
-    QVERIFY(m_key.writeNumber("x", 1));
-    // Without a terminal the answer is no.
-    QCOMPARE(reg(arguments), "1 " + question + '\n' + kCanceled);
-    QCOMPARE(regOnTerminal(arguments, "\x04"), "1 " + question + '\n' + kCanceled);
-    QCOMPARE(regOnTerminal(arguments, "n\n"), "1 " + question + kCanceled);
-    QCOMPARE(m_key.readNumber("x"), std::optional(1));
-    QCOMPARE(regOnTerminal(arguments, "perhaps\n\nYes\n"),
-             "0 " + question.repeated(3) + kDone.mid(2));
-    QVERIFY(!m_key.readNumber("x"));
 }
 
 void TestRegistryEditor::exported()
@@ -248,7 +183,7 @@ void TestRegistryEditor::exported()
     QCOMPARE(readFile(), bytes);
     QVERIFY(!(QFile::permissions(m_file) & QFile::Permissions(0x0077)));
 
-    // An existing file is asked about; what it holds makes the same registry again.
+    // What the file holds makes the same registry again; an existing file is not overwritten.
     const QByteArray before = reg("query|@|/s");
     QCOMPARE(reg("delete|@|/f"), kDone);
     QCOMPARE(reg("import|" + m_file), kDone);
@@ -258,8 +193,6 @@ void TestRegistryEditor::exported()
              "1 File " + m_file.toUtf8() +
                  " already exists. Do you want to overwrite it (Yes/No)? \n" + kCanceled);
     QCOMPARE(readFile(), QByteArray("precious"));
-    QCOMPARE(reg("export|@|/y|" + m_file), kDone);
-    QCOMPARE(readFile(), bytes);
 }
 
 void TestRegistryEditor::import_data()
@@ -276,17 +209,11 @@ void TestRegistryEditor::import_data()
     };
     row("blanks, comments", "; a\r\n\r\n \t\r\n \"x\" = \"y\" ; z\r\n ; \"x\"=\"n\"",
         "x    REG_SZ    y");
-    row("default value", "@=\"y\"", "(Default)    REG_SZ    y");
-    row("dword", "\"x\"=DWORD:1e ; hexadecimal", "x    REG_DWORD    0x1e");
     row("qword", "\"x\"=hex(b):1e,00,\\\r\n  00,00,00,\\  \r\n ; between\r\n 00,00,80",
         "x    REG_QWORD    0x800000000000001e");
     row("dword as bytes", "\"x\"=hex(4):1e,0,00,00", "x    REG_DWORD    0x1e");
     row("string as bytes", "\"x\"=hex(1):79,00,7c,01,00,00", "x    REG_SZ    yż");
-    row("the last one counts", "\"x\"=\"a\"\r\n\"X\"=dword:1", "x    REG_DWORD    0x1");
     row("deletes", "\"old\"=-\r\n\"not there\" = - ; gone\r\n@=-\r\n\"x\"=\"y\"",
-        "x    REG_SZ    y");
-    row("deletes a key",
-        "\"z\"=\"a\"\r\n[-HKEY_LOCAL_MACHINE\\SOFTWARE]\r\n[hklm\\SOFTWARE\\Test]\r\n\"x\"=\"y\"",
         "x    REG_SZ    y");
 }
 
@@ -309,33 +236,18 @@ void TestRegistryEditor::badImportChangesNothing_data()
         QTest::newRow(lines) << kStart + "\"x\"=dword:2\r\n" + lines + "\r\n\"y\"=dword:2\r\n"
                              << cause;
     };
-    for (const char* const type : {"hex", "hex(7)"})
-        row(QByteArray("\"z\"=") + type + ":61,00,\\\r\n  00,00",
-            QByteArray("line 5: the type ") + type +
-                " is not supported: only strings, dword and hex(b) are");
+    row("\"z\"=hex(7):61,00,\\\r\n  00,00",
+        "line 5: the type hex(7) is not supported: only strings, dword and hex(b) are");
     row("\r\n; one\r\n\"z\"=\"abc", "line 7: the closing quotation mark is missing");
-    row("\"z\"=\"abc\" def", "line 5: there is more behind the value");
-    row("\"z\"=\"a\\nb\"", "line 5: '\\n' stands for nothing");
-    row("\"z\" \"abc\"", "line 5: there is no '=' behind the name");
-    row("z=\"abc\"", "line 5: there is no value here");
-    for (const char* const number : {"123456789", "0x1"})
-        row(QByteArray("\"z\"=dword:") + number,
-            "line 5: a dword is a number of up to 8 hexadecimal digits");
+    row("\"z\"=dword:123456789", "line 5: a dword is a number of up to 8 hexadecimal digits");
     row("\"z\"=hex(b):01,02", "line 5: 2 bytes are not a value of the type hex(b)");
-    row("\"z\"=hex(b):01,123", "line 5: '123' is not a byte of two hexadecimal digits");
     row("[HKEY_CURRENT_USER\\x]", "line 5: the key is not a key below HKEY_LOCAL_MACHINE");
-    row("[HKEY_LOCAL_MACHINE\\x", "line 5: the key has no end");
     row("[-HKEY_LOCAL_MACHINE]", "line 5: HKEY_LOCAL_MACHINE cannot be deleted");
-    row("[-HKEY_LOCAL_MACHINE\\SOFTWARE\\Test]\r\n\"z\"=\"a\"",
-        "line 6: the value belongs to no key");
     const QByteArray noText = "it is not text in UTF-16 or UTF-8";
     row("\"z\"=\"\xfc\"", noText);
     QTest::newRow("half a character") << utf16(kStart) + "x" << noText;
     QTest::newRow("cut") << kStart + "\"z\"=hex(b):01,\\"
                          << QByteArray("line 4: the last line of the value is missing");
-    QTest::newRow("older version")
-        << QByteArray("REGEDIT4\r\n\r\n")
-        << QByteArray("line 1: it does not begin with 'Windows Registry Editor Version 5.00'");
 }
 
 void TestRegistryEditor::badImportChangesNothing()
@@ -347,20 +259,6 @@ void TestRegistryEditor::badImportChangesNothing()
     QCOMPARE(reg("import|" + m_file),
              "1 !ERROR: The file '" + m_file.toUtf8() + "' cannot be imported: " + cause + ".\n");
     QCOMPARE(reg("query|@|/s"), "0 " + kShown + "\n    x    REG_DWORD    0x1\n\n");
-}
-
-void TestRegistryEditor::unusableFiles()
-{
-    const QByteArray name = '\'' + m_file.toUtf8() + '\'';
-    QVERIFY(reg("import|" + m_file).startsWith("1 !ERROR: Error opening the file " + name));
-    QVERIFY(write(kSignature + QByteArray(16 * 1024 * 1024, ';'), m_file));
-    QCOMPARE(reg("import|" + m_file), "1 !ERROR: The file " + name + " is larger than 16 MiB.\n");
-
-    const QString registry = m_root->path() + "/registry.db";
-    QVERIFY(write(QByteArray(5000, 'x'), registry) && write(kStart, m_file));
-    const QByteArray refusal = "1 !ERROR: The registry file '" + registry.toUtf8() + '\'';
-    for (const QString& arguments : {QString("query|@"), "import|" + m_file})
-        QVERIFY(reg(arguments).startsWith(refusal));
 }
 
 QTEST_GUILESS_MAIN(TestRegistryEditor)

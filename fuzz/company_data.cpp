@@ -1,0 +1,30 @@
+#include "api/company_data.h"
+
+#include "input.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <sanitizer/lsan_interface.h>
+
+namespace {
+
+QJsonObject parse(const QByteArray& text)
+{
+    // Qt 5.15 loses a few bytes when a name comes twice and stands for an object or array.
+    const __lsan::ScopedDisabler ignoreLeaks;
+    return QJsonDocument::fromJson(text).object();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    using namespace korvex;
+    const auto branding = parseCompanyData(parse(fuzz::bytesOf(data, size)));
+    fuzz::require(branding || !branding.error().isEmpty());
+    if (!branding)
+        return 0;
+    for (const auto& [setting, text] : *branding)
+        fuzz::require(text.size() <= 4096 && (setting != Setting::CompanyLogo || !text.isEmpty()));
+    return 0;
+}

@@ -1,0 +1,141 @@
+#include "api/company_data_fetch.h"
+
+#include "api/company_data.h"
+#include "api/rest_client.h"
+#include "api/verdict.h"
+#include "core/log.h"
+#include "platform/paths.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QImage>
+#include <QImageReader>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace korvex {
+
+namespace {
+
+constexpr int kMaxLogoSize = 1024 * 1024;
+constexpr int kMaxLogoEdge = 2048; // pixels: 16 MiB once decoded, and what the screen takes
+
+struct Logo
+{
+    QByteArray bytes{};
+    QByteArray format{}; ///< also the ending of the file's name
+};
+
+struct Branding
+{
+    CompanyData texts{};
+    std::optional<Logo> logo{};
+};
+
+/// The formats that a logo may have. Anything else is not even offered to Qt, which would ask every
+/// image plug-in that is installed.
+QByteArray imageFormat(const QByteArray& bytes)
+{
+    if (bytes.startsWith("\x89PNG\r\n\x1a\n"))
+        return "png";
+    return bytes.startsWith("\xff\xd8\xff") ? "jpg" : "";
+}
+
+bool isImage(QByteArray bytes, const QByteArray& format)
+{
+    QBuffer buffer(&bytes);
+    QImageReader reader(&buffer, format);
+    reader.setAutoDetectImageFormat(false);
+    const QSize size = reader.size();
+    return !size.isEmpty() && std::max(size.width(), size.height()) <= kMaxLogoEdge &&
+           !reader.read().isNull();
+}
+
+std::expected<Logo, QString> fetchLogo(const QString& address)
+{
+    const auto bytes = KorvexRestAPIClient::get(address);
+    if (!bytes)
+        return std::unexpected(QStringLiteral("the logo cannot be fetched: ") + address);
+    const QByteArray format = imageFormat(*bytes);
+    if (bytes->size() > kMaxLogoSize || format.isEmpty() || !isImage(*bytes, format)) {
+        return std::unexpected(
+            QStringLiteral("the logo is no PNG or JPEG of at most 1 MiB and %1 x %1 pixels")
+                .arg(kMaxLogoEdge));
+    }
+    return Logo{*bytes, format};
+}
+
+std::expected<Branding, QString> fetch(KorvexRestAPIClient& client, const QString& systemToken)
+{
+    const auto answer =
+        client.post(QStringLiteral("/api/company/data"),
+                    QJsonDocument(QJsonObject{{QStringLiteral("systemToken"), systemToken}}));
+    if (!answer) {
+        return std::unexpected(QStringLiteral("code %1, error: '%2'")
+                                   .arg(QString::number(static_cast<int>(answer.error().code)),
+                                        answer.error().message));
+    }
+    auto texts = parseCompanyData(*answer);
+    if (!texts)
+        return std::unexpected(texts.error());
+    Branding branding{.texts = *texts};
+    const auto address = texts->find(Setting::CompanyLogo);
+    if (address != texts->end() && !verdictGiven()) {
+        const auto logo = fetchLogo(address->second);
+        if (!logo)
+            return std::unexpected(logo.error());
+        branding.logo = *logo;
+    }
+    if (verdictGiven())
+        return std::unexpected(QStringLiteral("the sign-in has ended"));
+    return branding;
+}
+
+/// Gives the path; an empty one when the file cannot be written, and then an older file stands.
+QString storeLogo(const Logo& logo)
+{
+    const QString path = platform::dataRoot() + QDir::separator() + QStringLiteral("CompanyLogo.") +
+                         QString::fromLatin1(logo.format);
+    QSaveFile file(path);
+    const bool written = QDir().mkpath(platform::dataRoot()) && file.open(QIODevice::WriteOnly) &&
+                         file.write(logo.bytes) == logo.bytes.size() && file.commit();
+    return written ? path : QString();
+}
+
+/// The flag comes last: whatever fails before it is made good by the next sign-in.
+std::expected<void, QString> store(Branding branding)
+{
+    if (branding.logo) {
+        const QString path = storeLogo(*branding.logo);
+        if (path.isEmpty())
+            return std::unexpected(QStringLiteral("the logo cannot be written"));
+        branding.texts[Setting::CompanyLogo] = path;
+    }
+    const auto nameOf = [](Setting setting) { return settingCatalogue().at(setting).name; };
+    for (const auto& [setting, text] : branding.texts)
+        if (!dataKey().writeString(nameOf(setting), text))
+            return std::unexpected(QStringLiteral("the registry cannot be written"));
+    if (!cacheKey().writeNumber(nameOf(Setting::IsCompanyDataReaded), 1))
+        return std::unexpected(QStringLiteral("the registry cannot be written"));
+    return {};
+}
+
+} // namespace
+
+void fetchCompanyDataOnce(KorvexRestAPIClient& client, const QString& systemToken)
+{
+    if (readFlag(Setting::IsCompanyDataReaded) != 0)
+        return;
+    auto branding = fetch(client, systemToken);
+    const auto stored = branding ? store(*std::move(branding)) : std::unexpected(branding.error());
+    if (stored)
+        logger().log(1, QStringLiteral("Company data stored"));
+    else
+        logger().logWarning(0, QStringLiteral("Company data not stored: ") + stored.error());
+}
+
+} // namespace korvex
