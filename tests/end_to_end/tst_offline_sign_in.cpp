@@ -48,23 +48,21 @@ QString recoveryCode()
     return block.mid(block.indexOf(":\"") + 2, 6);
 }
 
-/// What the user does once a line has been logged, or again while it returns false.
+/// What the user does once a line that begins so has been logged, and again while it returns false.
 struct Step
 {
     QString after;
     std::function<bool()> act;
 };
 
-/// A machine whose user has an offline secret and whose service does not answer.
-class OfflineRig : public test::SignInRig
+/// A machine that allows its user offline sign-ins.
+class OnlineRig : public test::SignInRig
 {
 public:
-    OfflineRig()
+    OnlineRig()
     {
-        service().stop();
-        const UserRegistryData data(thisUser());
-        if (!data.key()->writeBool("OfflineAuth", true) || !otp::storeOtpSecret(&data, kSecret))
-            qFatal("cannot prepare the user's data");
+        if (!m_data.key()->writeBool("OfflineAuth", true))
+            qFatal("cannot allow offline mode");
     }
 
     Step type(const QString& after, const QString& code)
@@ -82,12 +80,28 @@ public:
         int step = 0;
         int from = 0;
         return run(QVector<QString>(signIns, json).toList(), [&] {
-            const int line = root().logMessages().indexOf(steps[step].after, from);
+            const int line = root().logMessages().indexOf(
+                QRegularExpression(QRegularExpression::escape(steps[step].after) + ".*"), from);
             if (line < 0 || !display().topWindowHasKeyboard() || !steps[step].act())
                 return false;
             from = line + 1;
             return ++step == steps.size();
         });
+    }
+
+protected:
+    const UserRegistryData m_data{thisUser()};
+};
+
+/// The same, when the user has an offline secret and the service does not answer.
+class OfflineRig : public OnlineRig
+{
+public:
+    OfflineRig()
+    {
+        service().stop();
+        if (!otp::storeOtpSecret(&m_data, kSecret))
+            qFatal("cannot store the secret");
     }
 };
 
@@ -104,7 +118,9 @@ private slots:
     void tooManyAttempts();
     void attemptsAfterTheWait();
     void recoveryCodeWorksOnce();
+    void closedWithoutCode_data();
     void closedWithoutCode();
+    void onlineAndOffline();
     void languageByKeyboard();
 };
 
@@ -220,14 +236,55 @@ void TestOfflineSignIn::recoveryCodeWorksOnce()
     QVERIFY(recoveryCode() != code);
 }
 
+void TestOfflineSignIn::closedWithoutCode_data()
+{
+    // Has no say once the user can prove himself.
+    QTest::addColumn<QString>("failMode");
+    for (const char* mode : {"bypass", "deny"})
+        QTest::newRow(mode) << mode;
+}
+
 void TestOfflineSignIn::closedWithoutCode()
 {
+    QFETCH(QString, failMode);
     OfflineRig rig;
+    rig.set("FailMode", failMode);
     const Outcome outcome = rig.play({rig.close(kShown)});
     QCOMPARE(outcome.exitCode, 0);
     QVERIFY(!outcome.crashed);
     QVERIFY(outcome.verdicts.isEmpty());
     QCOMPARE(outcome.lastVerdict(), QString());
+}
+
+void TestOfflineSignIn::onlineAndOffline()
+{
+    // Three sign-ins in one process: the first brings the secret, the second needs it, and the
+    // third has the web engine again.
+    using namespace std::chrono_literals;
+    OnlineRig rig;
+    rig.showRealPage();
+    rig.service().addUser(thisUser(), "12345678901234567890"); // kSecret, decoded
+    const auto typeOnPage = [&](int codes) {
+        rig.display().press("ctrl+a");
+        rig.display().type(appCode());
+        return rig.service().waitForRequest("/signin/code", 2s, codes);
+    };
+    const QString page = "[Verbose 1] Invoke updateWebView, url: ";
+    const Outcome outcome =
+        rig.play({{page,
+                   [&] {
+                       rig.service().setBehaviour(
+                           "/", {.kind = mfa_service::Behaviour::Kind::Status500, .times = 1});
+                       return typeOnPage(1);
+                   }},
+                  {kShown, [&] { return rig.display().type(appCode()), true; }},
+                  {page, [&] { return typeOnPage(2); }}},
+                 3);
+    QCOMPARE(outcome.verdicts, QVector<int>({1, 1, 1}));
+    QCOMPARE(outcome.log.filter("User access"),
+             QStringList({"User access granted, reason: User allowed by Korvex server",
+                          "User access granted, reason: Correct code for Offline Mode!",
+                          "User access granted, reason: User allowed by Korvex server"}));
 }
 
 void TestOfflineSignIn::languageByKeyboard()
