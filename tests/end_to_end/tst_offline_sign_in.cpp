@@ -82,7 +82,7 @@ public:
         return run(QVector<QString>(signIns, json).toList(), [&] {
             const int line = root().logMessages().indexOf(
                 QRegularExpression(QRegularExpression::escape(steps[step].after) + ".*"), from);
-            if (line < 0 || !display().topWindowHasKeyboard() || !steps[step].act())
+            if (line < 0 || !isReady(steps[step].after) || !steps[step].act())
                 return false;
             from = line + 1;
             return ++step == steps.size();
@@ -90,6 +90,13 @@ public:
     }
 
 protected:
+    /// A window without a window manager has to ask for the keyboard; the one with the web view
+    /// gets it by lying under the pointer.
+    bool isReady(const QString& after) const
+    {
+        return after == kShown ? display().topWindowHasKeyboard() : display().hasVisibleWindow();
+    }
+
     const UserRegistryData m_data{thisUser()};
 };
 
@@ -263,6 +270,7 @@ void TestOfflineSignIn::onlineAndOffline()
     using namespace std::chrono_literals;
     OnlineRig rig;
     rig.showRealPage();
+    rig.set("sendNTLM", 0);
     rig.service().addUser(thisUser(), "12345678901234567890"); // kSecret, decoded
     const auto typeOnPage = [&](int codes) {
         rig.display().press("ctrl+a");
