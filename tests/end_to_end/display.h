@@ -19,13 +19,21 @@ public:
     /// What a person does at the keyboard.
     void type(const QString& text) const;
     void press(const QString& key) const;
+    /// Puts a text into the clipboard.
+    void copy(const QString& text) const;
 
     /// Asks the topmost visible window to close, as its close button does.
     bool closeTopWindow() const;
     /// Whether any window is visible.
     bool hasVisibleWindow() const;
+    /// Whether what is typed now reaches the topmost visible window.
+    bool topWindowHasKeyboard() const;
+    QString topWindowTitle() const;
 
 private:
+    void runTool(const QString& program, const QStringList& arguments,
+                 const QByteArray& input = {}) const;
+
     QProcess m_server;
     QString m_name;
 };

@@ -1,0 +1,56 @@
+#include "offline_mode/exit_handler.h"
+
+#include "api/verdict.h"
+#include "core/log.h"
+#include "offline_mode/screen_result.h"
+#include "platform/process.h"
+
+#include <QCoreApplication>
+#include <thread>
+#include <utility>
+
+namespace korvex::offline_mode {
+
+namespace {
+
+void endSignIn(bool accepted)
+{
+    if (accepted) {
+        grant(QStringLiteral("Correct code for Offline Mode!"));
+        return;
+    }
+    // Not a denial through the event loop: a closed window ends the host process, on purpose.
+    logger().log(0, QStringLiteral("Offline Mode close requested. Last code was incorrect. "
+                                   "Terminate process"));
+    platform::terminateProcess(0);
+}
+
+void run(QCoreApplication& application, const std::shared_ptr<ScreenResult>& result)
+{
+    if (!result) {
+        logger().logError(QStringLiteral("TotpController is null!"));
+        QMetaObject::invokeMethod(
+            &application, [] { grant(QStringLiteral("Offline mode failure.")); },
+            Qt::QueuedConnection);
+        return;
+    }
+    const std::optional<bool> accepted = result->waitForClose();
+    if (!accepted)
+        return;
+    QMetaObject::invokeMethod(
+        &application,
+        [result, accepted = *accepted] {
+            if (!result->isAbandoned())
+                endSignIn(accepted);
+        },
+        Qt::QueuedConnection);
+}
+
+} // namespace
+
+void startExitHandler(QCoreApplication& application, std::shared_ptr<ScreenResult> result)
+{
+    std::thread([&application, result = std::move(result)] { run(application, result); }).detach();
+}
+
+} // namespace korvex::offline_mode

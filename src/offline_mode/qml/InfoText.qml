@@ -1,0 +1,21 @@
+import QtQuick 2.15
+import QtQuick.Layouts 1.15
+import "."
+
+// Text for reading. Much of it comes from outside: it is never taken for markup, and wraps anywhere
+// rather than being cut.
+//
+// Here and in the other files sizes are multiples of 4, so that frames fall on whole pixels at 125,
+// 150 and 175 % too.
+Text {
+    height: Math.ceil(implicitHeight / 4) * 4
+    Layout.preferredHeight: height
+    color: DefinedColors.soft
+    font: DefinedFonts.body
+    textFormat: Text.PlainText
+    wrapMode: Text.Wrap
+    elide: maximumLineCount < 1000 ? Text.ElideRight : Text.ElideNone
+    lineHeight: 1.15
+    Accessible.role: Accessible.StaticText
+    Accessible.name: text
+}
