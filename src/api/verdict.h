@@ -4,7 +4,8 @@ class QString;
 
 namespace korvex {
 
-// How a sign-in ends: the only routines that end the event loop with a result. Each logs why. The first verdict of a sign-in stands; a later one is only noted. GUI thread.
+// How a sign-in ends: the only routines that end the event loop with a result. Each logs why. The
+// first verdict of a sign-in stands; a later one is only noted. GUI thread.
 
 /// Ends the event loop with 1. Returns the verdict that stands: true for granted.
 bool grant(const QString& reason);

@@ -6,6 +6,8 @@
 #include "platform/process.h"
 
 #include <QCoreApplication>
+#include <QTimer>
+#include <functional>
 #include <thread>
 #include <utility>
 
@@ -25,32 +27,31 @@ void endSignIn(bool accepted)
     platform::terminateProcess(0);
 }
 
-void run(QCoreApplication& application, const std::shared_ptr<ScreenResult>& result)
+/// Waits for the screen; what is then to be done by the application, if anything.
+std::function<void()> awaitClose(const std::shared_ptr<ScreenResult>& result)
 {
     if (!result) {
         logger().logError(QStringLiteral("TotpController is null!"));
-        QMetaObject::invokeMethod(
-            &application, [] { grant(QStringLiteral("Offline mode failure.")); },
-            Qt::QueuedConnection);
-        return;
+        return [] { grant(QStringLiteral("Offline mode failure.")); };
     }
     const std::optional<bool> accepted = result->waitForClose();
     if (!accepted)
-        return;
-    QMetaObject::invokeMethod(
-        &application,
-        [result, accepted = *accepted] {
-            if (!result->isAbandoned())
-                endSignIn(accepted);
-        },
-        Qt::QueuedConnection);
+        return {};
+    return [result, accepted = *accepted] {
+        if (!result->isAbandoned())
+            endSignIn(accepted);
+    };
 }
 
 } // namespace
 
 void startExitHandler(QCoreApplication& application, std::shared_ptr<ScreenResult> result)
 {
-    std::thread([&application, result = std::move(result)] { run(application, result); }).detach();
+    std::thread([&application, result = std::move(result)] {
+        // Of no time at all: a call in the application's event loop.
+        if (const auto act = awaitClose(result))
+            QTimer::singleShot(0, &application, act);
+    }).detach();
 }
 
 } // namespace korvex::offline_mode

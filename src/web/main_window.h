@@ -27,8 +27,8 @@ public:
     MainWindow();
     ~MainWindow() override;
 
-    /// Checks the configuration and runs the transaction up to its page, for which it starts the web
-    /// engine. Needs the event loop, which a verdict ends.
+    /// Checks the configuration and runs the transaction up to its page, for which it starts the
+    /// web engine. Needs the event loop, which a verdict ends.
     void start(const QJsonDocument& input);
 
 signals:

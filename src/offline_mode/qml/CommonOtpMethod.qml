@@ -76,7 +76,7 @@ DefinedColumnLayout {
         maximumLineCount: 2
         Accessible.role: Accessible.AlertMessage
         Layout.fillWidth: true
-        height: 44
+        Layout.preferredHeight: 44
     }
     TextButton {
         text: TotpTextProvider.signInButtonText

@@ -45,6 +45,8 @@ T.Popup {
             Layout.fillWidth: true
         }
         ScrolledColumn {
+            id: text
+
             Layout.fillWidth: true
             Layout.leftMargin: -inset
             Layout.rightMargin: -inset
@@ -71,6 +73,8 @@ T.Popup {
             text: dialog.closeText
             Layout.alignment: Qt.AlignRight
             Layout.maximumWidth: content.width
+            Keys.onUpPressed: text.scroll(-40)
+            Keys.onDownPressed: text.scroll(40)
             onClicked: dialog.close()
         }
     }

@@ -8,8 +8,10 @@ import "."
 // Here and in the other files sizes are multiples of 4, so that frames fall on whole pixels at 125,
 // 150 and 175 % too.
 Text {
-    height: Math.ceil(implicitHeight / 4) * 4
-    Layout.preferredHeight: height
+    readonly property int wholeHeight: Math.ceil(implicitHeight / 4) * 4
+
+    height: wholeHeight
+    Layout.preferredHeight: wholeHeight
     color: DefinedColors.soft
     font: DefinedFonts.body
     textFormat: Text.PlainText

@@ -11,6 +11,10 @@ Flickable {
     default property alias items: column.data
     property alias spacing: column.spacing
 
+    function scroll(distance) {
+        contentY = Math.max(0, Math.min(contentY + distance, contentHeight - height))
+    }
+
     implicitHeight: contentHeight
     contentHeight: column.implicitHeight + 2 * inset
     interactive: contentHeight > height
