@@ -163,6 +163,9 @@ void MainWindow::createTransaction(const QJsonDocument& input)
 {
     m_transaction = std::make_unique<Transaction>(input);
     connect(qApp, &QCoreApplication::aboutToQuit, this, &MainWindow::cleanUp);
+    // Not before: the offline screen, and a verdict that needs no page, are there sooner without
+    // it.
+    connect(m_transaction.get(), &Transaction::serviceReachable, this, &MainWindow::startWebEngine);
     connect(m_transaction.get(), SIGNAL(showWebPage(QUrl)), this, SLOT(updateWebView(QUrl)));
 }
 
@@ -174,9 +177,6 @@ void MainWindow::cleanUp()
 void MainWindow::updateWebView(QUrl url)
 {
     logger().log(1, QStringLiteral("Invoke updateWebView, url: ") + url.toString());
-    // Only now: the offline screen, and a verdict that needs no page, are there sooner without it.
-    if (!m_view)
-        startWebEngine();
     m_loadWatch.start();
     m_view->setUrl(url);
     m_view->setFocus(Qt::OtherFocusReason);

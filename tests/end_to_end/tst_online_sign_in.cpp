@@ -233,7 +233,7 @@ void TestOnlineSignIn::diagnosis()
     QCOMPARE(outcome.verdicts, QVector<int>({1, 1}));
     QVERIFY(!outcome.crashed);
     QCOMPARE(outcome.exitCode, 0);
-    // Two for each sign-in, and one for the company's branding in the first.
+    // Two for each, and the company data once.
     QCOMPARE(outcome.log.filter(QStringLiteral("[Debug Requests] [POST] Response: {")).size(), 5);
     QVERIFY(!outcome.output.contains("secret-key"));
 }
