@@ -22,7 +22,7 @@ T.Popup {
     modal: true
     focus: true
     closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
-    onOpened: closeButton.forceActiveFocus(Qt.TabFocusReason)
+    onOpened: closeButton.forceActiveFocus()
 
     background: Rectangle {
         radius: 12

@@ -8,6 +8,15 @@ ColumnLayout {
 
     signal closed()
 
+    function show(title, message, links, closeText) {
+        dialog.active = true
+        dialog.item.title = title
+        dialog.item.message = message
+        dialog.item.details = links
+        dialog.item.closeText = closeText
+        dialog.item.open()
+    }
+
     spacing: 0
 
     TextButton {
@@ -15,7 +24,8 @@ ColumnLayout {
         text: TotpTextProvider.recoveryCodeText
         Layout.leftMargin: -leftPadding
         Layout.maximumWidth: selector.width
-        onClicked: recovery.open()
+        onClicked: selector.show(text, TotpTextProvider.recoveryCodeHint, [],
+                                 TotpTextProvider.dialogButtonText)
     }
     TextButton {
         flat: true
@@ -23,39 +33,27 @@ ColumnLayout {
         visible: text !== ""
         Layout.leftMargin: -leftPadding
         Layout.maximumWidth: selector.width
-        onClicked: help.open()
+        onClicked: selector.show(text, TotpMethodDataProvider.helpMessage,
+                                 [TotpMethodDataProvider.helpLink1, TotpMethodDataProvider.helpLink2],
+                                 TotpTextProvider.infoCloseButtonText)
     }
     TextButton {
         flat: true
         text: TotpTextProvider.infoWindowTitle
         Layout.leftMargin: -leftPadding
         Layout.maximumWidth: selector.width
-        onClicked: info.open()
+        onClicked: selector.show(text, TotpTextProvider.infoMessage, [],
+                                 TotpTextProvider.infoCloseButtonText)
     }
 
-    DefaultMessageDialog {
-        id: recovery
+    // Made when it is first asked for: the screen is there sooner.
+    Loader {
+        id: dialog
 
-        title: TotpTextProvider.recoveryCodeText
-        message: TotpTextProvider.recoveryCodeHint
-        closeText: TotpTextProvider.dialogButtonText
-        onClosed: selector.closed()
-    }
-    DefaultMessageDialog {
-        id: help
-
-        title: TotpMethodDataProvider.helpPrompt
-        message: TotpMethodDataProvider.helpMessage
-        details: [TotpMethodDataProvider.helpLink1, TotpMethodDataProvider.helpLink2]
-        closeText: TotpTextProvider.infoCloseButtonText
-        onClosed: selector.closed()
-    }
-    DefaultMessageDialog {
-        id: info
-
-        title: TotpTextProvider.infoWindowTitle
-        message: TotpTextProvider.infoMessage
-        closeText: TotpTextProvider.infoCloseButtonText
-        onClosed: selector.closed()
+        active: false
+        visible: false
+        sourceComponent: DefaultMessageDialog {
+            onClosed: selector.closed()
+        }
     }
 }

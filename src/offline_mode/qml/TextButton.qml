@@ -29,7 +29,7 @@ T.Button {
         elide: Text.ElideRight
     }
     background: FocusFrame {
-        focused: button.visualFocus
+        focused: button.activeFocus
         border.width: focused ? 1 : 0
         border.color: button.flat ? DefinedColors.accent : DefinedColors.accentDeep
         color: button.flat ? (button.hovered ? DefinedColors.panel : DefinedColors.window)
