@@ -27,12 +27,17 @@ xcb_window_t rootOf(xcb_connection_t* connection)
     return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
 }
 
+Reply<xcb_get_geometry_reply_t> geometryOf(xcb_connection_t* connection, xcb_window_t window)
+{
+    return Reply<xcb_get_geometry_reply_t>(
+        xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
+}
+
 bool isShown(xcb_connection_t* connection, xcb_window_t window)
 {
     const Reply<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
         connection, xcb_get_window_attributes(connection, window), nullptr));
-    const Reply<xcb_get_geometry_reply_t> geometry(
-        xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
+    const auto geometry = geometryOf(connection, window);
     // Toolkits keep windows of a few pixels for their own use.
     return attributes && geometry && attributes->map_state == XCB_MAP_STATE_VIEWABLE &&
            geometry->width > 16;
@@ -134,6 +139,14 @@ bool Display::closeTopWindow() const
 bool Display::hasVisibleWindow() const
 {
     return topWindow(connectTo(m_name).get()).has_value();
+}
+
+QRect Display::topWindowGeometry() const
+{
+    const Connection connection = connectTo(m_name);
+    const auto window = topWindow(connection.get());
+    const auto geometry = window ? geometryOf(connection.get(), *window) : nullptr;
+    return geometry ? QRect(geometry->x, geometry->y, geometry->width, geometry->height) : QRect();
 }
 
 } // namespace korvex::test
