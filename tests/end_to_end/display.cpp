@@ -81,9 +81,12 @@ Display::Display()
     static int count = 0;
     const QString number = QStringLiteral(":%1").arg(
         100 + (QCoreApplication::applicationPid() * 64 + count++) % 50000);
+    // Pixels are not scaled at 96 to the inch. Without a reset when its last client goes, a look at
+    // the windows cannot turn away the program that is about to open one.
     m_server.start(QStringLiteral("Xvfb"),
                    {number, QStringLiteral("-displayfd"), QStringLiteral("1"),
                     QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("1280x720x24"),
+                    QStringLiteral("-dpi"), QStringLiteral("96"), QStringLiteral("-noreset"),
                     QStringLiteral("-nolisten"), QStringLiteral("tcp")});
     while (!m_server.canReadLine() && m_server.waitForReadyRead(20000)) {
     }
