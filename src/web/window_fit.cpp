@@ -8,8 +8,8 @@ namespace korvex {
 
 namespace {
 
-// Larger than any screen. A page that says more must not bring the sign-in down with the memory that
-// its window takes.
+// Larger than any screen. A page that says more must not bring the sign-in down with the memory
+// that its window takes.
 constexpr int kLargestSide = 8192;
 
 constexpr int kSpareHeight = 10;    // of the window, around its panel
