@@ -1,5 +1,5 @@
 // Calls the library with each argument, as the credential provider does, and prints "started
-// MILLISECONDS" once the call has returned.
+// MILLISECONDS" before each call.
 
 #include "clocks.h"
 #include "dynamic_library.h"
@@ -17,11 +17,10 @@ int main(int argc, char** argv)
     for (int i = 1; i < argc; ++i) {
         const std::string_view json = argv[i]; // ASCII
         const std::wstring input(json.begin(), json.end());
-        const double started = korvex::bench::sharedNow();
+        std::printf("started %f\n", korvex::bench::sharedNow());
+        std::fflush(stdout);
         if ((*execute)(input.c_str()) != 1)
             return 1;
-        std::printf("started %f\n", started);
-        std::fflush(stdout);
     }
     return 0;
 }

@@ -22,7 +22,7 @@ namespace korvex {
 namespace {
 
 constexpr int kMaxLogoSize = 1024 * 1024;
-constexpr int kMaxLogoEdge = 4096; // pixels: 64 MiB once decoded
+constexpr int kMaxLogoEdge = 2048; // pixels: 16 MiB once decoded, and what the screen takes
 
 struct Logo
 {

@@ -4,9 +4,38 @@
 #include "api/verdict.h"
 #include "core/log.h"
 #include "core/message_box.h"
+#include "core/secret.h"
 #include "core/settings.h"
+#include "core/user_registry_data.h"
+#include "offline_mode/offline_mode_controller.h"
+#include "offline_mode/offline_secret.h"
 
 namespace korvex {
+
+namespace {
+
+bool offlineSecretExists()
+{
+    QByteArray secret = otp::loadOtpSecret(userRegistryData().get());
+    const bool exists = !secret.isEmpty();
+    wipe(secret);
+    return exists;
+}
+
+void openOfflineScreen()
+{
+    logger().log(1, QStringLiteral("Initializing offline mode..."));
+    logger().log(2, QStringLiteral("The Offline Mode flag is active."));
+    offline_mode::OfflineModeController& screen = offline_mode::offlineMode();
+    if (!screen.show()) {
+        giveUpOfflineScreen();
+        return;
+    }
+    logger().log(0, QStringLiteral("Offline mode prompt initialized"));
+    screen.startExitHandler();
+}
+
+} // namespace
 
 bool Connectivity::checkConnection(KorvexRestAPIClient& client)
 {
@@ -31,8 +60,9 @@ void Connectivity::judgeUnreachable()
     // is "bypass", and an administrator who wants the machine closed sets another.
     const bool bypass = failModeIsBypass();
     if (readBool(Setting::OfflineAuth)) {
-        // No secret for offline codes is kept yet, so there is none.
-        if (bypass)
+        if (offlineSecretExists())
+            openOfflineScreen();
+        else if (bypass)
             grant(QStringLiteral("OTP secret doesn't exist! FailMode bypass."));
         else
             deny(QStringLiteral("OTP secret doesn't exist!"));

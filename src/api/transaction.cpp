@@ -65,6 +65,7 @@ int Transaction::start()
         return 0;
     if (!Connectivity::checkConnection(m_client))
         return 0;
+    emit serviceReachable();
 
     fetchCompanyDataOnce(m_client, m_systemToken);
     if (verdictGiven())

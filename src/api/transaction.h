@@ -43,6 +43,8 @@ public:
     bool handlePostError(const KorvexError<ErrorCode>& error);
 
 signals:
+    /// The service answers, so its page will be needed.
+    void serviceReachable();
     /// The address of the service's page for this transaction.
     void showWebPage(QUrl url);
 

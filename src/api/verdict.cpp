@@ -9,30 +9,41 @@ namespace korvex {
 
 namespace {
 
-std::optional<bool> current;
+constexpr int kGranted = 1;
+constexpr int kDenied = 0;
+constexpr int kNoOfflineScreen = -1;
 
-bool give(bool granted, const char* text, const QString& reason)
+std::optional<int> current;
+
+/// Returns whether the verdict that stands is a grant.
+bool give(int verdict, const QString& line, const QString& reason)
 {
     if (current) {
         logger().log(1, QStringLiteral("Verdict already given, not followed: ") + reason);
-        return *current;
+        return *current == kGranted;
     }
-    current = granted;
-    logger().log(0, QLatin1String(text) + reason);
-    QCoreApplication::exit(granted ? 1 : 0);
-    return granted;
+    current = verdict;
+    logger().log(0, line);
+    QCoreApplication::exit(verdict);
+    return verdict == kGranted;
 }
 
 } // namespace
 
 bool grant(const QString& reason)
 {
-    return give(true, "User access granted, reason: ", reason);
+    return give(kGranted, QStringLiteral("User access granted, reason: ") + reason, reason);
 }
 
 bool deny(const QString& reason)
 {
-    return give(false, "User access denied, reason: ", reason);
+    return give(kDenied, QStringLiteral("User access denied, reason: ") + reason, reason);
+}
+
+void giveUpOfflineScreen()
+{
+    const QString line = QStringLiteral("Can't create object for qml!");
+    give(kNoOfflineScreen, line, line);
 }
 
 bool verdictGiven()

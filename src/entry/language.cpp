@@ -1,31 +1,24 @@
 #include "entry/language.h"
 
+#include "core/language.h"
 #include "core/log.h"
 
 #include <QCoreApplication>
 #include <QLocale>
 #include <QTranslator>
-#include <array>
 
 namespace korvex {
 
 namespace {
-
-constexpr std::array kSupportedLanguages = {"de_DE", "en_US", "pl_PL"};
 
 QString firstPart(const QString& code)
 {
     return code.section(QLatin1Char('_'), 0, 0);
 }
 
-bool load(QTranslator& translator, const QString& code)
-{
-    return translator.load(QStringLiteral(":/i18n/korvexLogin_") + code);
-}
-
 bool install(QTranslator& translator, const QString& code)
 {
-    return load(translator, code) && QCoreApplication::installTranslator(&translator);
+    return loadLanguage(translator, code) && QCoreApplication::installTranslator(&translator);
 }
 
 } // namespace
@@ -34,10 +27,10 @@ QString chooseLanguage(const QStringList& uiLanguages)
 {
     for (const QString& entry : uiLanguages) {
         const QString language = firstPart(QLocale(entry).name());
-        for (const QString code : kSupportedLanguages) {
+        for (const auto& [code, number] : languageNumbers()) {
             if (firstPart(code) != language)
                 continue;
-            if (QTranslator scratch; load(scratch, code))
+            if (QTranslator scratch; loadLanguage(scratch, code))
                 return code;
             break;
         }

@@ -6,6 +6,7 @@
 #include "core/user_folder.h"
 #include "entry/application.h"
 #include "entry/language.h"
+#include "offline_mode/offline_mode_controller.h"
 #include "platform/process.h"
 #include "web/main_window.h"
 
@@ -52,11 +53,11 @@ int runSignIn(const QString& json)
     beginSignIn(input);
     QDir(userStorageDirectory()).mkpath(QStringLiteral("."));
 
-    // The offline screen is handed the application and the translator here, and torn down after
-    // the loop, once there is one.
+    offline_mode::offlineMode().prepare(application, translator);
     MainWindow window;
     QTimer::singleShot(0, &window, [&window, &input] { window.start(input); });
     const int result = application.exec();
+    offline_mode::offlineMode().tearDown();
     logger().log(1, QStringLiteral("Exiting with result: %1").arg(result));
     return result;
 }

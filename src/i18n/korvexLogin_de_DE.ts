@@ -39,4 +39,112 @@ Fehlerhafte Anfrage an die Korvex-API.</translation>
         <translation>Falsche Zugangsdaten für die Korvex-API.</translation>
     </message>
 </context>
+<context>
+    <name>korvex::offline_mode::InternationalizationController</name>
+    <message>
+        <source>English</source>
+        <translation>Englisch</translation>
+    </message>
+    <message>
+        <source>Polish</source>
+        <translation>Polnisch</translation>
+    </message>
+    <message>
+        <source>German</source>
+        <translation>Deutsch</translation>
+    </message>
+</context>
+<context>
+    <name>korvex::offline_mode::TotpController</name>
+    <message>
+        <source>Too Many Attempts.</source>
+        <translation>Zu viele Versuche.</translation>
+    </message>
+    <message>
+        <source>Please fill out this field.</source>
+        <translation>Bitte füllen Sie dieses Feld aus.</translation>
+    </message>
+    <message>
+        <source>The code has six digits.</source>
+        <translation>Der Code hat sechs Ziffern.</translation>
+    </message>
+    <message>
+        <source>The code has the correct format!</source>
+        <translation>Der Code hat das richtige Format.</translation>
+    </message>
+</context>
+<context>
+    <name>korvex::offline_mode::TotpMethodDataProvider</name>
+    <message>
+        <source>Protected by Korvex</source>
+        <translation>Geschützt durch Korvex</translation>
+    </message>
+    <message>
+        <source>Need help?</source>
+        <translation>Brauchen Sie Hilfe?</translation>
+    </message>
+    <message>
+        <source>Contact your organization&apos;s IT help or support desk.</source>
+        <translation>Wenden Sie sich an den IT-Helpdesk oder Support Ihrer Organisation.</translation>
+    </message>
+</context>
+<context>
+    <name>korvex::offline_mode::TotpTextProvider</name>
+    <message>
+        <source>No internet connection detected. Open your authenticator app and enter the six-digit code that it shows.</source>
+        <translation>Es wurde keine Internetverbindung erkannt. Öffnen Sie Ihre Authenticator-App und geben Sie den sechsstelligen Code ein, den sie anzeigt.</translation>
+    </message>
+    <message>
+        <source>No internet connection detected. You are in Offline Mode, but your account is still secure. Connect to the internet to fetch the latest application name and access more authentication methods. If you cannot connect to the internet, you can still sign in offline by verifying your identity.</source>
+        <translation>Es wurde keine Internetverbindung erkannt. Sie befinden sich im Offlinemodus, Ihr Konto ist aber weiterhin geschützt. Stellen Sie eine Internetverbindung her, um den aktuellen Anwendungsnamen abzurufen und weitere Anmeldemethoden zu nutzen. Wenn Sie keine Internetverbindung herstellen können, können Sie sich trotzdem offline anmelden, indem Sie Ihre Identität bestätigen.</translation>
+    </message>
+    <message>
+        <source>Korvex for Windows - Offline Mode</source>
+        <translation>Korvex für Windows - Offlinemodus</translation>
+    </message>
+    <message>
+        <source>Sign In</source>
+        <translation>Anmelden</translation>
+    </message>
+    <message>
+        <source>Enter the code:</source>
+        <translation>Code eingeben:</translation>
+    </message>
+    <message>
+        <source>About Offline Mode</source>
+        <translation>Über den Offlinemodus</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Success! The user has entered the correct code.</source>
+        <translation>Der eingegebene Code ist richtig.</translation>
+    </message>
+    <message>
+        <source>Hmm, that&apos;s not the right code. Try again.</source>
+        <translation>Das ist nicht der richtige Code. Versuchen Sie es noch einmal.</translation>
+    </message>
+    <message>
+        <source>You can try again in %1 s.</source>
+        <translation>Neuer Versuch in %1 s möglich.</translation>
+    </message>
+    <message>
+        <source>Recovery Code</source>
+        <translation>Wiederherstellungscode</translation>
+    </message>
+    <message>
+        <source>Language</source>
+        <translation>Sprache</translation>
+    </message>
+    <message>
+        <source>No authenticator app at hand? Your help desk can tell you a recovery code. Enter it like any other code. It works once.</source>
+        <translation>Keine Authenticator-App zur Hand? Ihr Helpdesk kann Ihnen einen Wiederherstellungscode nennen. Geben Sie ihn wie jeden anderen Code ein. Er gilt nur einmal.</translation>
+    </message>
+</context>
 </TS>

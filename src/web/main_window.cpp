@@ -58,11 +58,6 @@ void MainWindow::start(const QJsonDocument& input)
     setUpWindow();
     // Two steps come between, once they are built: remembered devices are revoked while the cookie
     // store is still closed, and the proxy is set before any request.
-    createProfile();
-    createPage();
-    createView();
-    if (mainKey().readBool(QStringLiteral("debugKorvexRequests")).value_or(false))
-        createDeveloperTools();
     createTransaction(input);
     m_transaction->start();
 }
@@ -143,9 +138,8 @@ void MainWindow::createDeveloperTools()
     m_developerTools->show();
 }
 
-void MainWindow::createTransaction(const QJsonDocument& input)
+void MainWindow::watchView()
 {
-    m_transaction = std::make_unique<Transaction>(input);
     m_loadWatch.setSingleShot(true);
     m_loadWatch.setInterval(requestTimeout());
     connect(&m_loadWatch, &QTimer::timeout, this, &MainWindow::onLoadStalled);
@@ -153,13 +147,30 @@ void MainWindow::createTransaction(const QJsonDocument& input)
         if (m_firstLoadPending)
             m_loadWatch.start();
     });
-
-    connect(qApp, &QCoreApplication::aboutToQuit, this, &MainWindow::cleanUp);
-    connect(m_transaction.get(), SIGNAL(showWebPage(QUrl)), this, SLOT(updateWebView(QUrl)));
     connect(m_view.get(), &QWebEngineView::loadFinished, this, &MainWindow::loadFinished);
     connect(m_page.get(), &QWebEnginePage::contentsSizeChanged, this,
             &MainWindow::onContentSizeChanged);
     connect(m_view.get(), &QWebEngineView::titleChanged, this, &MainWindow::onTitleChanged);
+}
+
+void MainWindow::startWebEngine()
+{
+    createProfile();
+    createPage();
+    createView();
+    watchView();
+    if (mainKey().readBool(QStringLiteral("debugKorvexRequests")).value_or(false))
+        createDeveloperTools();
+}
+
+void MainWindow::createTransaction(const QJsonDocument& input)
+{
+    m_transaction = std::make_unique<Transaction>(input);
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &MainWindow::cleanUp);
+    // Not before: the offline screen, and a verdict that needs no page, are there sooner without
+    // it.
+    connect(m_transaction.get(), &Transaction::serviceReachable, this, &MainWindow::startWebEngine);
+    connect(m_transaction.get(), SIGNAL(showWebPage(QUrl)), this, SLOT(updateWebView(QUrl)));
 }
 
 void MainWindow::cleanUp()

@@ -29,8 +29,8 @@ public:
     MainWindow();
     ~MainWindow() override;
 
-    /// Checks the configuration, builds profile, page and view, and runs the transaction up to its
-    /// page. Needs the event loop, which a verdict ends.
+    /// Checks the configuration and runs the transaction up to its page, for which it starts the
+    /// web engine. Needs the event loop, which a verdict ends.
     void start(const QJsonDocument& input);
 
 signals:
@@ -49,9 +49,11 @@ protected:
 private:
     bool verifyConfiguration();
     void setUpWindow();
+    void startWebEngine();
     void createProfile();
     void createPage();
     void createView();
+    void watchView();
     void createDeveloperTools();
     void createTransaction(const QJsonDocument& input);
     void onLoadStalled();

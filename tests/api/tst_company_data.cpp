@@ -104,7 +104,7 @@ void TestCompanyData::logo_data()
     QTest::addColumn<QByteArray>("logo"); // empty for the service's own
     QTest::addColumn<QString>("ending");
     QTest::newRow("every member") << QByteArray() << "png";
-    QTest::newRow("widest") << image("png", 4096) << "png";
+    QTest::newRow("widest") << image("png", 2048) << "png";
     QTest::newRow("largest") << image("png", 1).leftJustified(kMiB, '\0') << "png";
     if (QImageReader::supportedImageFormats().contains("jpg"))
         QTest::newRow("JPEG") << image("jpg", 9) << "jpg";
@@ -149,10 +149,10 @@ void TestCompanyData::refused_data()
 
     const auto picture = [](const char* name, const QByteArray& logo) {
         QTest::newRow(name) << with("companyLogo", "LOGO") << logo << QString() << Kind::Normal
-                            << "the logo is no PNG or JPEG of at most 1 MiB and 4096 x 4096 pixels";
+                            << "the logo is no PNG or JPEG of at most 1 MiB and 2048 x 2048 pixels";
     };
     picture("too large", image("png", 1).leftJustified(kMiB + 1, '\0'));
-    picture("too wide", image("png", 4097));
+    picture("too wide", image("png", 2049));
     picture("cut off", image("png", 100).chopped(30));
     picture("another format", image("bmp", 9));
     picture("no image", "\x89PNG\r\n\x1a\n");

@@ -82,7 +82,6 @@ private slots:
     void rawAnswer_data();
     void rawAnswer();
     void nothingKeptBetweenRequests();
-    void unreachable();
     void requestLog();
     void settings();
     void envelope_data();
@@ -263,20 +262,6 @@ void TestRestClient::nothingKeptBetweenRequests()
     for (const QByteArray& request : qAsConst(peer.requests))
         for (const char* const header : {"\r\ncookie:", "\r\nauthorization:"})
             QVERIFY2(!request.toLower().contains(header), request.constData());
-}
-
-void TestRestClient::unreachable()
-{
-    const QString authority = m_state.service().baseUrl().section('/', 2);
-    // Nothing listens, no scheme, nothing, broken.
-    for (const QString& address :
-         {QString("http://127.0.0.1:1"), "//" + authority, QString(), QString("http://[::1")}) {
-        useServer(address);
-        QCOMPARE(postInit(), QString("1002"));
-        QCOMPARE(errorOf(KorvexRestAPIClient().probe()), QString("1002"));
-    }
-    QVERIFY(transferFailures(m_state.takeLog()).startsWith("1/0 1/0 301/0 "));
-    QVERIFY(m_state.paths().isEmpty());
 }
 
 void TestRestClient::requestLog()

@@ -27,8 +27,6 @@ private slots:
     void init() { m_state.startAnew(); }
 
     void policy();
-    void failedRequest_data();
-    void failedRequest();
     void unreachable();
     void verdictEndsTheWait();
     void verdictEndsTheBox();
@@ -75,48 +73,6 @@ void TestVerdictAndPolicy::policy()
                      QByteArray::number(code) + (bypass ? ", bypass" : ""));
         }
     }
-}
-
-void TestVerdictAndPolicy::failedRequest_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("box");
-    QTest::addColumn<int>("verdict");
-    QTest::addColumn<QString>("reason");
-    // A row's name is the FailMode.
-    QTest::newRow("bypass") << 9 << kRefused << 0 << kException;
-    QTest::newRow("deny") << 10 << kCredentials << 1 << kException;
-    QTest::newRow("bypass ") << 1001 << "" << 0
-                             << "No or invalid response from Korvex API! FailMode deny";
-    QTest::newRow("absent") << 1002 << "" << 1
-                            << "No or invalid response from Korvex API! FailMode bypass";
-}
-
-void TestVerdictAndPolicy::failedRequest()
-{
-    QFETCH(int, code);
-    QFETCH(QString, box);
-    QFETCH(int, verdict);
-    QFETCH(QString, reason);
-    const QString failMode = QTest::currentDataTag();
-    mainKey().writeString("FailMode", failMode);
-    if (failMode == "absent")
-        mainKey().writeNumber("FailMode", 0); // reads so, being of another type
-    Transaction transaction(QJsonDocument{});
-    BoxWatcher boxes;
-    bool granted = verdict == 0;
-    QCOMPARE(runInEventLoop([&] {
-                 granted = transaction.handlePostError({static_cast<ErrorCode>(code), "%1 'x'"});
-             }),
-             verdict);
-    QCOMPARE(granted, verdict == 1);
-    QStringList log{"[Verbose 1] [Warning] Transaction::handlePostError code: " +
-                    QString::number(code) + ", error: '%1 'x''"};
-    if (!box.isEmpty())
-        log << "[MessageBox] " + QString(box).replace("\n", ", ");
-    log << QString("User access ") + (granted ? "granted" : "denied") + ", reason: " + reason;
-    QCOMPARE(m_state.takeLog(), log);
-    QCOMPARE(boxes.texts.join('|'), box);
 }
 
 void TestVerdictAndPolicy::unreachable()

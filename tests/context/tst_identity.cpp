@@ -77,7 +77,6 @@ private slots:
     void emails();
     void names_data();
     void names();
-    void noComputerName();
     void directoryAndLocalLookups_data();
     void directoryAndLocalLookups();
     void cachedUpn();
@@ -145,15 +144,6 @@ void TestIdentity::names()
     QCOMPARE(identity.user, user);
     QCOMPARE(identity.ip, QString("10.0.0.5"));
     QVERIFY(identity.rdpMode);
-}
-
-void TestIdentity::noComputerName()
-{
-    Machine machine;
-    machine.computerName = std::unexpected(5u);
-    QCOMPARE(machine.resolver().resolve(input("jdoe")).domain, QString());
-    QCOMPARE(m_state.takeLog(), (QStringList{"[Verbose 1] Reading Active Directory name...",
-                                             "[Error] Failed to read computer name, error: 5"}));
 }
 
 void TestIdentity::directoryAndLocalLookups_data()

@@ -110,13 +110,28 @@ void Display::type(const QString& text) const
 
 void Display::press(const QString& key) const
 {
+    runTool(QStringLiteral("xdotool"), {QStringLiteral("key"), key});
+}
+
+void Display::copy(const QString& text) const
+{
+    runTool(QStringLiteral("xclip"), {QStringLiteral("-selection"), QStringLiteral("clipboard")},
+            text.toUtf8());
+}
+
+void Display::runTool(const QString& program, const QStringList& arguments,
+                      const QByteArray& input) const
+{
     QProcess tool;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("DISPLAY"), m_name);
     tool.setProcessEnvironment(environment);
-    tool.start(QStringLiteral("xdotool"), {QStringLiteral("key"), key});
+    tool.start(program, arguments);
+    tool.write(input);
+    tool.closeWriteChannel();
     if (!tool.waitForFinished(10000) || tool.exitCode() != 0)
-        qWarning("xdotool cannot press %s", qPrintable(key));
+        qWarning("failed: %s %s", qPrintable(program),
+                 qPrintable(arguments.join(QLatin1Char(' '))));
 }
 
 bool Display::closeTopWindow() const
@@ -137,6 +152,29 @@ bool Display::closeTopWindow() const
     const Reply<xcb_get_input_focus_reply_t> done(xcb_get_input_focus_reply(
         connection.get(), xcb_get_input_focus(connection.get()), nullptr));
     return done != nullptr;
+}
+
+bool Display::topWindowHasKeyboard() const
+{
+    const Connection connection = connectTo(m_name);
+    const Reply<xcb_get_input_focus_reply_t> focus(xcb_get_input_focus_reply(
+        connection.get(), xcb_get_input_focus(connection.get()), nullptr));
+    return focus && topWindow(connection.get()) == focus->focus;
+}
+
+QString Display::topWindowTitle() const
+{
+    const Connection connection = connectTo(m_name);
+    const Reply<xcb_get_property_reply_t> title(xcb_get_property_reply(
+        connection.get(),
+        xcb_get_property(connection.get(), 0,
+                         topWindow(connection.get()).value_or(rootOf(connection.get())),
+                         atom(connection.get(), "_NET_WM_NAME"), XCB_GET_PROPERTY_TYPE_ANY, 0, 64),
+        nullptr));
+    if (!title)
+        return {};
+    return QString::fromUtf8(static_cast<const char*>(xcb_get_property_value(title.get())),
+                             xcb_get_property_value_length(title.get()));
 }
 
 bool Display::hasVisibleWindow() const

@@ -20,6 +20,8 @@ public:
     /// What a person does at the keyboard.
     void type(const QString& text) const;
     void press(const QString& key) const;
+    /// Puts a text into the clipboard.
+    void copy(const QString& text) const;
 
     /// Asks the topmost visible window to close, as its close button does.
     bool closeTopWindow() const;
@@ -27,8 +29,14 @@ public:
     bool hasVisibleWindow() const;
     /// Place and size of the topmost visible window, in pixels of the display; empty without one.
     QRect topWindowGeometry() const;
+    /// Whether what is typed now reaches the topmost visible window.
+    bool topWindowHasKeyboard() const;
+    QString topWindowTitle() const;
 
 private:
+    void runTool(const QString& program, const QStringList& arguments,
+                 const QByteArray& input = {}) const;
+
     QProcess m_server;
     QString m_name;
 };

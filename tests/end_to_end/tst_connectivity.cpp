@@ -1,6 +1,8 @@
 #include "core/account_sid.h"
 #include "core/settings.h"
+#include "core/user_registry_data.h"
 #include "end_to_end/sign_in_rig.h"
+#include "offline_mode/offline_secret.h"
 
 #include <QTest>
 #include <optional>
@@ -40,8 +42,9 @@ void TestConnectivity::unreachable_data()
                        "is off. Check your Internet connection and try again.");
     const std::optional<bool> absent;
     QTest::newRow("defaults") << absent << QString() << 0 << bypass;
-    QTest::newRow("bypass") << std::optional(false) << "bypass" << 0 << bypass;
+    QTest::newRow("bypass, secret") << std::optional(false) << "bypass" << 0 << bypass;
     QTest::newRow("deny") << absent << "deny" << 1 << deny;
+    QTest::newRow("deny, secret") << std::optional(false) << "deny" << 1 << deny;
     QTest::newRow("other case") << absent << "Bypass" << 1 << deny;
     QTest::newRow("offline, bypass") << std::optional(true) << "bypass" << 0
                                      << "granted: OTP secret doesn't exist! FailMode bypass.";
@@ -63,6 +66,11 @@ void TestConnectivity::unreachable()
         const korvex::platform::RegistryKey userKey(korvex::dataKey().path() + QLatin1Char('\\') +
                                                     korvex::sidOf(user));
         QVERIFY(userKey.writeBool(QStringLiteral("OfflineAuth"), *offlineAuth));
+        // A secret has no say where offline mode is off.
+        if (!*offlineAuth) {
+            const korvex::UserRegistryData data(user);
+            QVERIFY(korvex::otp::storeOtpSecret(&data, "GEZDGNBVGY3TQOJQ"));
+        }
     }
     // An absent value: one of another type reads so.
     if (failMode.isEmpty())

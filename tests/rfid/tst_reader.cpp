@@ -199,6 +199,7 @@ void TestReader::heldByAnotherProcess()
     const auto card = factoryCard();
     Connection onReader(*card);
     QVERIFY(onReader.start({.port = m_daemon->port()}, kTimeout));
+    QVERIFY(awaitedReader()); // and given up again
     QProcess other;
     other.start(QCoreApplication::applicationFilePath(), {"--hold", PcscDaemon::readerName()});
     QVERIFY(other.waitForReadyRead(10000));

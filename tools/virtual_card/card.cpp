@@ -11,6 +11,8 @@ const QByteArray kSuccess = QByteArray::fromHex("9000");
 
 std::expected<std::unique_ptr<Card>, QString> Card::create(const CardOptions& options)
 {
+    if (!options.uid.isEmpty() && !isUid(options.uid))
+        return std::unexpected("a UID has 4 or 7 bytes");
     const int sectors = options.type.sectors;
     if (sectors == 0) {
         const QByteArray uid = options.uid.isEmpty() ? randomUid() : options.uid;

@@ -58,6 +58,11 @@ std::expected<QByteArray, QString> load(const QString& path, int size)
 
 } // namespace
 
+bool isUid(const QByteArray& bytes)
+{
+    return bytes.size() == kShortUid || bytes.size() == kLongUid;
+}
+
 QByteArray randomUid()
 {
     QByteArray uid(kShortUid, 0);
@@ -72,9 +77,6 @@ QByteArray randomUid()
 
 std::expected<Memory, QString> Memory::open(const QString& path, int sectors, const QByteArray& uid)
 {
-    if (!uid.isEmpty() && uid.size() != kShortUid && uid.size() != kLongUid)
-        return std::unexpected("a UID has 4 or 7 bytes");
-
     if (!path.isEmpty() && QFile::exists(path)) {
         const auto image = load(path, sectors * kBlocksPerSector * kBlockSize);
         if (!image)

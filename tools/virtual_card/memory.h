@@ -6,6 +6,8 @@
 
 namespace korvex::virtual_card {
 
+/// Whether there are as many bytes as a UID has, 4 or 7.
+bool isUid(const QByteArray& bytes);
 /// A UID of 4 random bytes that no rule reserves for something else.
 QByteArray randomUid();
 
@@ -14,8 +16,8 @@ QByteArray randomUid();
 class Memory
 {
 public:
-    /// Opens the image, or creates it as a card leaves the factory when there is none. `uid` has 4
-    /// or 7 bytes, or none for any; it has to be the image's when that exists. An empty path keeps
+    /// Opens the image, or creates it as a card leaves the factory when there is none. An
+    /// empty `uid` is any; another one has to be the image's when that exists. An empty path keeps
     /// the card in the memory of this process. On failure the reason, for people.
     static std::expected<Memory, QString> open(const QString& path, int sectors,
                                                const QByteArray& uid);

@@ -57,6 +57,7 @@ PcscDaemon::PcscDaemon()
 {
     if (startOwn())
         return;
+    kill();
     m_unavailable = log().simplified();
     if (!QFile::exists(kUsualSocket))
         return;

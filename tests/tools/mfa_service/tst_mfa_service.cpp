@@ -82,12 +82,10 @@ private slots:
     void totp_data();
     void totp();
     void signIn();
-    void wrongCodes();
     void secretForOfflineUse();
     void companyData();
     void refusals_data();
     void refusals();
-    void stopsWhileAnswersHang();
     void program();
     void recoveryCode_data();
     void recoveryCode();
@@ -113,7 +111,6 @@ private:
     {
         return finish(start(path, body, hmac(body)));
     }
-    QString openPage() { return post(kInit, initBody()).result()["webURI"].toString(); }
     Reply enterCode(const QString& page, const QString& code)
     {
         return post(QUrl(page).path() + "/code", "{\"code\":\"" + code.toUtf8() + "\"}");
@@ -211,19 +208,6 @@ void TestMfaService::companyData()
     QCOMPARE(finish(m_manager.get(QNetworkRequest(logo))).status, 500);
 }
 
-void TestMfaService::wrongCodes()
-{
-    for (const int wrong : {4, 5}) {
-        const QString page = openPage();
-        for (int attempt = 1; attempt <= wrong; ++attempt) {
-            const Reply reply = enterCode(page, "00000x");
-            QCOMPARE(reply.status, 403);
-            QCOMPARE(reply.json()["attemptsLeft"], 5 - attempt);
-        }
-        QCOMPARE(enterCode(page, "081804").status, wrong < 5 ? 200 : 410);
-    }
-}
-
 void TestMfaService::refusals_data()
 {
     QTest::addColumn<QString>("path");
@@ -257,24 +241,6 @@ void TestMfaService::refusals()
     QCOMPARE(reply.status, 400);
     QCOMPARE(reply.signature, hmac(reply.body));
     QTEST(reply.result()["code"].toInt(), "code");
-}
-
-void TestMfaService::stopsWhileAnswersHang()
-{
-    m_service->setBehaviour(kInit, {.kind = Kind::Hang});
-    m_service->setBehaviour(kCredentials, {.kind = Kind::EndlessSlowBody});
-    QNetworkReply* const hanging = start(kInit, "{}", hmac("{}"));
-    QNetworkReply* const slow = start(kCredentials, "{}", hmac("{}"));
-    QVERIFY(QTest::qWaitFor([slow] { return slow->bytesAvailable() >= 3; }, kTimeout));
-    QVERIFY(m_service->waitForRequest(kInit, std::chrono::milliseconds(kTimeout)));
-    QVERIFY(!hanging->isFinished() && !slow->isFinished());
-
-    QElapsedTimer timer;
-    timer.start();
-    m_service->stop();
-    QVERIFY2(timer.elapsed() < 1000, QByteArray::number(timer.elapsed()));
-    QVERIFY(QTest::qWaitFor([&] { return hanging->isFinished() && slow->isFinished(); }, kTimeout));
-    QCOMPARE(post(kInit, "{}").status, 0);
 }
 
 void TestMfaService::program()

@@ -1,0 +1,6 @@
+import QtQuick 2.15
+import QtQuick.Layouts 1.15
+
+ColumnLayout {
+    spacing: 12
+}

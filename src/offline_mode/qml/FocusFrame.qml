@@ -1,0 +1,21 @@
+import QtQuick 2.15
+import "."
+
+// A frame with a glow around it while what it frames has the keyboard.
+Rectangle {
+    property bool focused: false
+
+    radius: 8
+    border.width: 1
+    border.color: focused ? DefinedColors.accent : DefinedColors.line
+    color: DefinedColors.field
+
+    Rectangle {
+        anchors.fill: parent
+        anchors.margins: -4
+        z: -1
+        visible: parent.focused
+        radius: parent.radius + 4
+        color: DefinedColors.glow
+    }
+}
