@@ -27,17 +27,12 @@ xcb_window_t rootOf(xcb_connection_t* connection)
     return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
 }
 
-Reply<xcb_get_geometry_reply_t> geometryOf(xcb_connection_t* connection, xcb_window_t window)
-{
-    return Reply<xcb_get_geometry_reply_t>(
-        xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
-}
-
 bool isShown(xcb_connection_t* connection, xcb_window_t window)
 {
     const Reply<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
         connection, xcb_get_window_attributes(connection, window), nullptr));
-    const auto geometry = geometryOf(connection, window);
+    const Reply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
     // Toolkits keep windows of a few pixels for their own use.
     return attributes && geometry && attributes->map_state == XCB_MAP_STATE_VIEWABLE &&
            geometry->width > 16;
@@ -186,7 +181,8 @@ QRect Display::topWindowGeometry() const
 {
     const Connection connection = connectTo(m_name);
     const auto window = topWindow(connection.get());
-    const auto geometry = window ? geometryOf(connection.get(), *window) : nullptr;
+    const Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(
+        connection.get(), xcb_get_geometry(connection.get(), window.value_or(0)), nullptr));
     return geometry ? QRect(geometry->x, geometry->y, geometry->width, geometry->height) : QRect();
 }
 

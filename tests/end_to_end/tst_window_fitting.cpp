@@ -22,15 +22,14 @@ class TestWindowFitting : public QObject
 private slots:
     void fit_data();
     void fit();
-    void noPanel();
     void signInsOfOneProcess();
 };
 
 void TestWindowFitting::fit_data()
 {
-    QTest::addColumn<QString>("script"); // "panel" is the panel
+    QTest::addColumn<QString>("script");
     QTest::addColumn<QString>("scale");
-    QTest::addColumn<QRect>("window"); // in pixels of the display
+    QTest::addColumn<QRect>("window");
     QTest::addColumn<QStringList>("lines");
     QTest::newRow("small") << "" << "1" << QRect(490, 255, 300, 210)
                            << QStringList{"Web HTML panel window height: 200 width: 300",
@@ -43,11 +42,15 @@ void TestWindowFitting::fit_data()
     QTest::newRow("taller than the screen, at 200 %")
         << "panel.style.cssText = 'width: 400px; height: 590px'" << "2" << QRect(426, 40, 426, 640)
         << QStringList{"Window resolution ratio adjusted from 2, to 1.875"};
-    QTest::newRow("twice as tall as the screen")
-        << "panel.style.cssText = 'width: 400px; height: 1440px'" << "1"
-        << QRect(506, -124, 267, 967)
-        << QStringList{"[Warning] Can't fit inside the screen resolution width: 1280 height: 720 "
-                       "ratio: 1"};
+    // A window of no width shows nothing more, and so the page ends the sign-in.
+    const QString end = QStringLiteral("setTimeout(() => { SUBMIT }, 1000)");
+    const QStringList zero{kChanged.arg("1280", "720", "0", "10")};
+    QTest::newRow("absent") << "panel.remove();" + end << "1" << QRect() << zero;
+    QTest::newRow("doubled") << "document.body.append(panel.cloneNode());" + end << "1" << QRect()
+                             << zero;
+    QTest::newRow("no body") << "document.body.remove();" + end << "1" << QRect()
+                             << QStringList{"[Warning] Can't resize window, loading dimensions "
+                                            "from javascript failed"};
     QTest::newRow("growing with every frame")
         << "let height = 200, start; const grow = () => {"
            "  panel.style.cssText = `width: 350px; height: ${height += 2}px`;"
@@ -75,31 +78,13 @@ void TestWindowFitting::fit()
             lines.removeAll(line);
         return shown == window && lines.isEmpty() && rig.display().closeTopWindow();
     });
-    QCOMPARE(shown, window);
+    QVERIFY(window.isNull() || shown == window);
     QCOMPARE(lines, QStringList());
     // At most one pass in 150 ms, besides that of the load; the last title is how long it grew.
     const auto passes = outcome.log.filter(QStringLiteral("panel window height")).size();
     const QString title = outcome.log.filter(QStringLiteral("Web title: ")).last();
     const int duration = title.section(QLatin1Char(' '), -1).toInt();
     QVERIFY2(duration == 0 || passes <= 3 + duration / 150, qPrintable(title));
-}
-
-void TestWindowFitting::noPanel()
-{
-    const QString zero = kChanged.arg("1280", "720", "0", "10");
-    const QVector<std::pair<QString, QString>> pages = {
-        {"document.querySelector('.panel').remove();", zero},
-        {"document.body.append(document.querySelector('.panel').cloneNode());", zero},
-        {"document.body.remove();",
-         "Can't resize window, loading dimensions from javascript failed"}};
-    for (const auto& [script, line] : pages) {
-        SignInRig rig;
-        // A window of no width shows nothing more, and so the page ends the sign-in.
-        rig.showScript(script + QStringLiteral("setTimeout(() => { SUBMIT }, 1000)"));
-        const Outcome outcome = rig.run({kAlice});
-        QCOMPARE(outcome.verdicts, QVector<int>{1});
-        QVERIFY2(!outcome.log.filter(line).isEmpty(), qPrintable(script));
-    }
 }
 
 void TestWindowFitting::signInsOfOneProcess()
