@@ -5,13 +5,9 @@
 using korvex::test::Outcome;
 using korvex::test::SignInRig;
 
-namespace {
-
 const QString kAlice = QStringLiteral("{\"user\":\"alice\",\"ip\":\"\"}");
 const QString kChanged = QStringLiteral("Window resolution changed from width: %1 height: %2 to "
                                         "width: %3 height: %4");
-
-} // namespace
 
 /// The window takes the size of the page's panel. The display has 1280 by 720 pixels, the panel 300
 /// by 200 if the page's script says nothing else.

@@ -18,33 +18,25 @@ void TestWindowFit::fit()
     const QString adjusted = QStringLiteral("Window resolution ratio adjusted from %1, to %2");
     const QString tooTall =
         QStringLiteral("Can't fit inside the screen resolution width: %1 height: %2 ratio: %3");
-    const struct
-    {
-        QSize panel, available;
-        double pixelRatio;
-        QSize size;
-        double ratio;
-        QString message;
-    } rows[] = {
-        {{0, 0}, {1280, 720}, 1, {0, 10}, 1, {}},
-        {{400, 670}, {1280, 720}, 1, {400, 680}, 1, {}},
-        {{400, 671}, {1280, 720}, 1, {399, 680}, 681 / 680.0, adjusted.arg("1", "1.00147")},
-        {{400, 900}, {1280, 800}, 1, {334, 760}, 910 / 760.0, adjusted.arg("1", "1.19737")},
-        {{401, 590}, {1280, 440}, 1, {267, 400}, 1.5, adjusted.arg("1", "1.5")},
-        {{401, 591}, {1280, 440}, 1, {267, 401}, 1.5, tooTall.arg("1280", "440", "1")},
-        {{400, 900}, {1280, 400}, 1, {267, 607}, 1.5, tooTall.arg("1280", "400", "1")},
-        {{400, 900}, {853, 480}, 1.5, {200, 455}, 2, tooTall.arg("1279.5", "720", "1.5")},
-        {{400, 600}, {640, 360}, 2, {210, 320}, 610 / 320.0, adjusted.arg("2", "1.90625")},
-        {{8192, 8192}, {1280000, 9}, 1, {5461, 5468}, 1.5, tooTall.arg("1.28e+06", "9", "1")},
-        {{0, 0}, {1280, 40}, 1, {0, 7}, 1.5, tooTall.arg("1280", "40", "1")},
+    const auto check = [](QSize panel, QSize available, double pixelRatio, QSize size, double ratio,
+                          const QString& message) {
+        const auto fit = korvex::fitWindow(panel, available, pixelRatio);
+        QCOMPARE(fit.message, message);
+        QCOMPARE(fit.size, size);
+        QCOMPARE(fit.zoom, 1 / ratio);
+        QCOMPARE(fit.fits, !message.startsWith(QLatin1String("Can't")));
     };
-    for (const auto& row : rows) {
-        const auto fit = korvex::fitWindow(row.panel, row.available, row.pixelRatio);
-        QCOMPARE(fit.message, row.message);
-        QCOMPARE(fit.size, row.size);
-        QCOMPARE(fit.zoom, 1 / row.ratio);
-        QCOMPARE(fit.fits, !fit.message.startsWith(QLatin1String("Can't")));
-    }
+    check({0, 0}, {1280, 720}, 1, {0, 10}, 1, {});
+    check({400, 670}, {1280, 720}, 1, {400, 680}, 1, {});
+    check({400, 671}, {1280, 720}, 1, {399, 680}, 681 / 680.0, adjusted.arg("1", "1.00147"));
+    check({400, 900}, {1280, 800}, 1, {334, 760}, 910 / 760.0, adjusted.arg("1", "1.19737"));
+    check({401, 590}, {1280, 440}, 1, {267, 400}, 1.5, adjusted.arg("1", "1.5"));
+    check({401, 591}, {1280, 440}, 1, {267, 401}, 1.5, tooTall.arg("1280", "440", "1"));
+    check({400, 900}, {1280, 400}, 1, {267, 607}, 1.5, tooTall.arg("1280", "400", "1"));
+    check({400, 900}, {853, 480}, 1.5, {200, 455}, 2, tooTall.arg("1279.5", "720", "1.5"));
+    check({400, 600}, {640, 360}, 2, {210, 320}, 610 / 320.0, adjusted.arg("2", "1.90625"));
+    check({8192, 8192}, {1280000, 9}, 1, {5461, 5468}, 1.5, tooTall.arg("1.28e+06", "9", "1"));
+    check({0, 0}, {1280, 40}, 1, {0, 7}, 1.5, tooTall.arg("1280", "40", "1"));
 }
 
 void TestWindowFit::answer()
