@@ -14,6 +14,7 @@
 #include "web/browser_interceptor.h"
 #include "web/sign_in_page.h"
 #include "web/web_js_event_dispatcher.h"
+#include "web/window_fitter.h"
 
 #include <QCloseEvent>
 #include <QCoreApplication>
@@ -123,6 +124,7 @@ void MainWindow::createView()
     m_view->settings()->setUnknownUrlSchemePolicy(QWebEngineSettings::DisallowUnknownUrlSchemes);
     m_view->settings()->setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false);
     setCentralWidget(m_view.get());
+    m_fitter = std::make_unique<WindowFitter>(*this, *m_view);
 }
 
 void MainWindow::createDeveloperTools()
@@ -146,6 +148,8 @@ void MainWindow::watchView()
             m_loadWatch.start();
     });
     connect(m_view.get(), &QWebEngineView::loadFinished, this, &MainWindow::loadFinished);
+    connect(m_page.get(), &QWebEnginePage::contentsSizeChanged, this,
+            &MainWindow::onContentSizeChanged);
     connect(m_view.get(), &QWebEngineView::titleChanged, this, &MainWindow::onTitleChanged);
 }
 
@@ -187,13 +191,19 @@ void MainWindow::loadFinished(bool success)
     if (success) {
         m_firstLoadPending = false;
         m_loadWatch.stop();
-        // The window covers the screen until it can be fitted to the page.
+        // The window covers the screen until the page has told the size of its panel.
         show();
         platform::bringToForeground(winId());
+        m_fitter->fit();
         return;
     }
     if (m_firstLoadPending)
         retryLoad();
+}
+
+void MainWindow::onContentSizeChanged(QSizeF)
+{
+    m_fitter->scheduleFit();
 }
 
 void MainWindow::onLoadStalled()

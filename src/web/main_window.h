@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QSizeF>
 #include <QString>
 #include <QTimer>
 #include <QUrl>
@@ -16,6 +17,7 @@ class BrowserInterceptor;
 class SignInPage;
 class Transaction;
 class WebJsEventDispatcher;
+class WindowFitter;
 
 /// The one top-level window of a sign-in: the service's page in a web view, and the transaction
 /// behind it. Hidden until a page has loaded. Closing it ends the whole process at once.
@@ -39,6 +41,7 @@ public slots:
     void cleanUp();
     void updateWebView(QUrl url);
     void loadFinished(bool success);
+    void onContentSizeChanged(QSizeF size);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -66,6 +69,7 @@ private:
     std::unique_ptr<QWebEngineView> m_developerTools;
     std::unique_ptr<Transaction> m_transaction;
     std::unique_ptr<QWebEngineView> m_view;
+    std::unique_ptr<WindowFitter> m_fitter;
 
     QTimer m_loadWatch;
     bool m_stopRequested = false; ///< the load that stalled was told to stop

@@ -76,9 +76,12 @@ Display::Display()
     static int count = 0;
     const QString number = QStringLiteral(":%1").arg(
         100 + (QCoreApplication::applicationPid() * 64 + count++) % 50000);
+    // Pixels are not scaled at 96 to the inch. Without a reset when its last client goes, a look at
+    // the windows cannot turn away the program that is about to open one.
     m_server.start(QStringLiteral("Xvfb"),
                    {number, QStringLiteral("-displayfd"), QStringLiteral("1"),
                     QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("1280x720x24"),
+                    QStringLiteral("-dpi"), QStringLiteral("96"), QStringLiteral("-noreset"),
                     QStringLiteral("-nolisten"), QStringLiteral("tcp")});
     while (!m_server.canReadLine() && m_server.waitForReadyRead(20000)) {
     }
@@ -172,6 +175,15 @@ QString Display::topWindowTitle() const
 bool Display::hasVisibleWindow() const
 {
     return topWindow(connectTo(m_name).get()).has_value();
+}
+
+QRect Display::topWindowGeometry() const
+{
+    const Connection connection = connectTo(m_name);
+    const auto window = topWindow(connection.get());
+    const Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(
+        connection.get(), xcb_get_geometry(connection.get(), window.value_or(0)), nullptr));
+    return geometry ? QRect(geometry->x, geometry->y, geometry->width, geometry->height) : QRect();
 }
 
 } // namespace korvex::test

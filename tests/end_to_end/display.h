@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QProcess>
+#include <QRect>
 #include <QString>
 
 namespace korvex::test {
@@ -26,6 +27,8 @@ public:
     bool closeTopWindow() const;
     /// Whether any window is visible.
     bool hasVisibleWindow() const;
+    /// Place and size of the topmost visible window, in pixels of the display; empty without one.
+    QRect topWindowGeometry() const;
     /// Whether what is typed now reaches the topmost visible window.
     bool topWindowHasKeyboard() const;
     QString topWindowTitle() const;

@@ -76,7 +76,8 @@ SignInRig::SignInRig()
         if (!script.isEmpty())
             m_service->setPage(
                 QStringLiteral("<!doctype html><meta charset=utf-8><title>Sign in</title>"
-                               "<div class=panel>Test</div><script>%1</script>")
+                               "<style>body { margin: 0 }</style><div class=panel "
+                               "style='width: 300px; height: 200px'>Test</div><script>%1</script>")
                     .arg(script.replace(QLatin1String("SUBMIT"), QLatin1String(kSubmit))
                              .replace(QLatin1String("CODE"), code))
                     .toUtf8());
