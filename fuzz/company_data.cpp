@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     fuzz::require(branding || !branding.error().isEmpty());
     if (!branding)
         return 0;
-    for (const auto& [setting, text] : *branding)
-        fuzz::require(text.size() <= 4096 && (setting != Setting::CompanyLogo || !text.isEmpty()));
+    for (const auto& member : *branding)
+        fuzz::require(member.second.size() <= 4096);
     return 0;
 }

@@ -36,8 +36,7 @@ std::expected<CompanyData, QString> parseCompanyData(const QJsonObject& result)
                                        .arg(QLatin1String(name))
                                        .arg(kMaxTextLength));
         }
-        if (setting != Setting::CompanyLogo || !text.isEmpty())
-            data.emplace(setting, text);
+        data.emplace(setting, text);
     }
     return data;
 }

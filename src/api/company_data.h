@@ -11,7 +11,8 @@ class QJsonObject;
 namespace korvex {
 
 /// The company's branding as the service gives it, by the setting that keeps each text. What the
-/// service has left out is absent. CompanyLogo is the address of an image, never an empty one.
+/// service has left out is absent. CompanyLogo is the address of an image, or empty
+/// for none.
 using CompanyData = std::map<Setting, QString>;
 
 /// Reads an answer's `result`; on failure the reason, for the log. Each member may be absent and is

@@ -4,25 +4,19 @@
 #include "api/rest_client.h"
 #include "api/verdict.h"
 #include "core/log.h"
+#include "core/logo_image.h"
 #include "platform/paths.h"
 
-#include <QBuffer>
 #include <QDir>
-#include <QImage>
-#include <QImageReader>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSaveFile>
-#include <algorithm>
 #include <optional>
 #include <utility>
 
 namespace korvex {
 
 namespace {
-
-constexpr int kMaxLogoSize = 1024 * 1024;
-constexpr int kMaxLogoEdge = 2048; // pixels: 16 MiB once decoded, and what the screen takes
 
 struct Logo
 {
@@ -36,32 +30,13 @@ struct Branding
     std::optional<Logo> logo{};
 };
 
-/// The formats that a logo may have. Anything else is not even offered to Qt, which would ask every
-/// image plug-in that is installed.
-QByteArray imageFormat(const QByteArray& bytes)
-{
-    if (bytes.startsWith("\x89PNG\r\n\x1a\n"))
-        return "png";
-    return bytes.startsWith("\xff\xd8\xff") ? "jpg" : "";
-}
-
-bool isImage(QByteArray bytes, const QByteArray& format)
-{
-    QBuffer buffer(&bytes);
-    QImageReader reader(&buffer, format);
-    reader.setAutoDetectImageFormat(false);
-    const QSize size = reader.size();
-    return !size.isEmpty() && std::max(size.width(), size.height()) <= kMaxLogoEdge &&
-           !reader.read().isNull();
-}
-
 std::expected<Logo, QString> fetchLogo(const QString& address)
 {
     const auto bytes = KorvexRestAPIClient::get(address);
     if (!bytes)
         return std::unexpected(QStringLiteral("the logo cannot be fetched: ") + address);
-    const QByteArray format = imageFormat(*bytes);
-    if (bytes->size() > kMaxLogoSize || format.isEmpty() || !isImage(*bytes, format)) {
+    const QByteArray format = logoFormat(*bytes);
+    if (format.isEmpty()) {
         return std::unexpected(
             QStringLiteral("the logo is no PNG or JPEG of at most 1 MiB and %1 x %1 pixels")
                 .arg(kMaxLogoEdge));
@@ -84,7 +59,7 @@ std::expected<Branding, QString> fetch(KorvexRestAPIClient& client, const QStrin
         return std::unexpected(texts.error());
     Branding branding{.texts = *texts};
     const auto address = texts->find(Setting::CompanyLogo);
-    if (address != texts->end() && !verdictGiven()) {
+    if (address != texts->end() && !address->second.isEmpty() && !verdictGiven()) {
         const auto logo = fetchLogo(address->second);
         if (!logo)
             return std::unexpected(logo.error());
@@ -106,21 +81,24 @@ QString storeLogo(const Logo& logo)
     return written ? path : QString();
 }
 
-/// The flag comes last: whatever fails before it is made good by the next sign-in.
-std::expected<void, QString> store(Branding branding)
+/// An answer is stored whole or not at all, but a storage may fail half-way. So the texts come
+/// before the logo's file, and the flag comes last: the next sign-in makes good what failed.
+std::expected<void, QString> store(const Branding& branding)
 {
-    if (branding.logo) {
-        const QString path = storeLogo(*branding.logo);
-        if (path.isEmpty())
-            return std::unexpected(QStringLiteral("the logo cannot be written"));
-        branding.texts[Setting::CompanyLogo] = path;
-    }
+    const auto unwritable =
+        std::unexpected(QStringLiteral("the registry or the logo's file cannot be written"));
     const auto nameOf = [](Setting setting) { return settingCatalogue().at(setting).name; };
     for (const auto& [setting, text] : branding.texts)
-        if (!dataKey().writeString(nameOf(setting), text))
-            return std::unexpected(QStringLiteral("the registry cannot be written"));
+        if ((setting != Setting::CompanyLogo || text.isEmpty()) &&
+            !dataKey().writeString(nameOf(setting), text))
+            return unwritable;
+    if (branding.logo) {
+        const QString path = storeLogo(*branding.logo);
+        if (path.isEmpty() || !dataKey().writeString(nameOf(Setting::CompanyLogo), path))
+            return unwritable;
+    }
     if (!cacheKey().writeNumber(nameOf(Setting::IsCompanyDataReaded), 1))
-        return std::unexpected(QStringLiteral("the registry cannot be written"));
+        return unwritable;
     return {};
 }
 
@@ -130,8 +108,8 @@ void fetchCompanyDataOnce(KorvexRestAPIClient& client, const QString& systemToke
 {
     if (readFlag(Setting::IsCompanyDataReaded) != 0)
         return;
-    auto branding = fetch(client, systemToken);
-    const auto stored = branding ? store(*std::move(branding)) : std::unexpected(branding.error());
+    const auto branding = fetch(client, systemToken);
+    const auto stored = branding ? store(*branding) : std::unexpected(branding.error());
     if (stored)
         logger().log(1, QStringLiteral("Company data stored"));
     else

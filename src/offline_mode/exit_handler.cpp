@@ -6,7 +6,6 @@
 #include "platform/process.h"
 
 #include <QCoreApplication>
-#include <QTimer>
 #include <functional>
 #include <thread>
 #include <utility>
@@ -48,9 +47,10 @@ std::function<void()> awaitClose(const std::shared_ptr<ScreenResult>& result)
 void startExitHandler(QCoreApplication& application, std::shared_ptr<ScreenResult> result)
 {
     std::thread([&application, result = std::move(result)] {
-        // Of no time at all: a call in the application's event loop.
         if (const auto act = awaitClose(result))
-            QTimer::singleShot(0, &application, act);
+            // Qt's queue owns the call.
+            // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
+            QMetaObject::invokeMethod(&application, act, Qt::QueuedConnection);
     }).detach();
 }
 

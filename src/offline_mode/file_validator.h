@@ -11,7 +11,7 @@ class FileValidator : public QObject
     Q_OBJECT
 
 public:
-    /// Whether the file is an image that can be decoded, of at most 1 MiB and 2048 pixels a side.
+    /// Whether the file is a logo that can be shown: see logoFormat().
     Q_INVOKABLE static bool isImage(const QString& path);
 };
 

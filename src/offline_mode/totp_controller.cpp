@@ -8,6 +8,8 @@
 #include "offline_mode/screen_result.h"
 #include "offline_mode/totp_provider.h"
 
+#include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace korvex::offline_mode {
@@ -48,14 +50,14 @@ bool TotpController::checkCode(const QString& code)
 bool TotpController::verify(const QString& code)
 {
     if (!m_limiter.tryAttempt()) {
-        logger().logWarning(0, QStringLiteral("Too many verification attempts!"));
+        logger().log(0, QStringLiteral("Too many verification attempts!"));
         return false;
     }
     const auto keys = std::make_shared<otp::KeyProvider>(userRegistryData());
     if (!otp::TOTPProvider(keys).verify(code)) {
         logger().log(0, QStringLiteral("Trying recovery code..."));
         if (!m_recoveryCode.verifyCode(code)) {
-            logger().logWarning(0, QStringLiteral("Code verification failed!"));
+            logger().log(0, QStringLiteral("Code verification failed!"));
             return false;
         }
     }
@@ -74,7 +76,8 @@ void TotpController::closeWindow()
 
 int TotpController::secondsToWait() const
 {
-    return static_cast<int>(m_limiter.secondsToWait());
+    return static_cast<int>(
+        std::min<qint64>(m_limiter.secondsToWait(), std::numeric_limits<int>::max()));
 }
 
 void TotpController::onTick()

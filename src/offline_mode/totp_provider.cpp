@@ -29,16 +29,16 @@ bool TOTPProvider::verify(const QString& code)
 bool TOTPProvider::verifyAt(const QString& code, quint64 time) const
 {
     if (!m_keyProvider || code.isEmpty() || static_cast<quint32>(code.size()) != m_digits) {
-        logger().logError(QStringLiteral("Code to verify is invalid."));
+        logger().log(0, QStringLiteral("Code to verify is invalid."));
         return false;
     }
     if (m_timeWindows > kMaximumTimeWindows) {
-        logger().logError(QStringLiteral("Valid windows count is bigger than max."));
+        logger().log(0, QStringLiteral("Valid windows count is bigger than max."));
         return false;
     }
     const QVector<quint64> counters = timeWindows(time);
     if (counters.isEmpty()) {
-        logger().logError(QStringLiteral("Can't load time windows for totp."));
+        logger().log(0, QStringLiteral("Can't load time windows for totp."));
         return false;
     }
     logger().log(2, QStringLiteral("Time windows count: ") + QString::number(counters.size()));
@@ -65,7 +65,7 @@ std::optional<QString> TOTPProvider::generate(quint64 counter) const
 {
     QByteArray key = m_keyProvider ? m_keyProvider->key() : QByteArray();
     if (key.isEmpty()) {
-        logger().logError(QStringLiteral("Can't load base key!"));
+        logger().log(0, QStringLiteral("Can't load base key!"));
         return std::nullopt;
     }
     QByteArray message(sizeof counter, Qt::Uninitialized);

@@ -28,7 +28,8 @@ public:
     bool cardPresent() override;
 
 private:
-    /// A key for a card, six bytes; none when it cannot be worked out.
+    /// A key for a card, six bytes; none when it cannot be worked out, so that no
+    /// key is ever made from nothing.
     using KeyProvider = std::function<QByteArray(const sdk::CardMifareClassic&)>;
 
     bool isSlot(quint8 number) const;

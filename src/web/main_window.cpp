@@ -167,8 +167,8 @@ void MainWindow::createTransaction(const QJsonDocument& input)
 {
     m_transaction = std::make_unique<Transaction>(input);
     connect(qApp, &QCoreApplication::aboutToQuit, this, &MainWindow::cleanUp);
-    // Not before: the offline screen, and a verdict that needs no page, are there sooner without
-    // it.
+    // Deliberately not before: the offline screen, and a verdict that needs no page, are there
+    // sooner without it.
     connect(m_transaction.get(), &Transaction::serviceReachable, this, &MainWindow::startWebEngine);
     connect(m_transaction.get(), SIGNAL(showWebPage(QUrl)), this, SLOT(updateWebView(QUrl)));
 }

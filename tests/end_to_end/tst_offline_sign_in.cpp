@@ -18,7 +18,7 @@ const QByteArray kSecret = "GEZDGNBVGY3TQOJQGEZDGNBVGY3TQOJQ";
 const QString kWrongCode = QStringLiteral("000000"); // no recovery code begins with a zero
 
 const QString kShown = QStringLiteral("Offline mode prompt initialized");
-const QString kRefused = QStringLiteral("[Warning] Code verification failed!");
+const QString kRefused = QStringLiteral("Code verification failed!");
 const QString kGranted = QStringLiteral("granted: Correct code for Offline Mode!");
 
 QString thisUser()

@@ -83,7 +83,7 @@ void TestOfflineScreen::refusedAttempts()
         QCOMPARE(controller.getValidateResult(code).wholeValidateMessage, "Too Many Attempts.");
     m_state.takeLog();
     QVERIFY(!controller.checkCode("000000"));
-    QCOMPARE(m_state.takeLog(), QStringList{"[Warning] Too many verification attempts!"});
+    QCOMPARE(m_state.takeLog(), QStringList{"Too many verification attempts!"});
     controller.closeWindow();
     QCOMPARE(screen->waitForClose(), std::optional(false));
 }

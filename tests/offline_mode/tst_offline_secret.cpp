@@ -101,7 +101,7 @@ void TestOfflineSecret::asKey()
     m_state.takeLog();
     for (const QByteArray& secret : {kSecret.toLower(), kSecret + ' ', QByteArray("=")}) {
         QVERIFY(!accepts(secret));
-        QCOMPARE(m_state.takeLog().last(), QString("[Error] Can't load base key!"));
+        QCOMPARE(m_state.takeLog().last(), QString("Can't load base key!"));
     }
 }
 

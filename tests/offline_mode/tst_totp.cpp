@@ -172,11 +172,11 @@ void TestTotp::shortValue()
 
 void TestTotp::refusals()
 {
-    const QString invalid = "[Error] Code to verify is invalid.";
-    const QString noWindows = "[Error] Can't load time windows for totp.";
-    const QString tooMany = "[Error] Valid windows count is bigger than max.";
+    const QString invalid = "Code to verify is invalid.";
+    const QString noWindows = "Can't load time windows for totp.";
+    const QString tooMany = "Valid windows count is bigger than max.";
     const QString three = "[Verbose 2] Time windows count: 3";
-    const QString noKey = "[Error] Can't load base key!";
+    const QString noKey = "Can't load base key!";
     struct Row
     {
         const char* code;

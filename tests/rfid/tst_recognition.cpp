@@ -227,6 +227,9 @@ void TestRecognition::plusProbe()
     const auto card =
         makeCard({std::make_unique<ScriptedConnection>(script), "reader", atr}, CardType::DesFire);
     QTEST(card->displayName(), "name");
+    const auto* const plus = dynamic_cast<CardMifarePlus*>(card.get());
+    QCOMPARE(plus && plus->information() ? plus->information()->text() : QString(),
+             plus ? "Mifare Plus " + logged : QString());
     // Nothing that could write reached the card.
     for (const QByteArray& command : qAsConst(script.sent))
         QVERIFY2(command == "60" || command.startsWith("70"), command);

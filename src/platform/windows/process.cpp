@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <io.h>
+#include <share.h>
 #include <windows.h>
 
 namespace korvex::platform {
@@ -36,10 +37,11 @@ void reserveStandardStreams()
     // number of the standard output that output.
     constexpr int kErrors = 2;
     int descriptor = 0;
+    errno_t failure = 0;
     do
-        descriptor = _open("NUL", _O_RDWR | _O_NOINHERIT);
-    while (descriptor >= 0 && descriptor <= kErrors);
-    if (descriptor >= 0)
+        failure = _sopen_s(&descriptor, "NUL", _O_RDWR | _O_NOINHERIT, _SH_DENYNO, 0);
+    while (failure == 0 && descriptor <= kErrors);
+    if (failure == 0)
         _close(descriptor);
 }
 

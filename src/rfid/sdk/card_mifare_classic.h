@@ -14,7 +14,8 @@ public:
 
 using CardMifareClassic_1K =
     CardOf<CardMifareClassic, CardType::MifareClassic1K, Geometry{16, 4, 16}>;
-// No answer to reset tells the 2K card, so none is ever built.
+/// No answer to reset tells this card, so none is ever built.
+using CardMifareClassic_2K = CardOf<CardMifareClassic, CardType::MifareClassic2K>;
 
 // Without geometry, on purpose: the 4K card mixes sectors of 4 and of 16 blocks, and the slot store
 // takes none of these.
