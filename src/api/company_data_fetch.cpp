@@ -81,24 +81,22 @@ QString storeLogo(const Logo& logo)
     return written ? path : QString();
 }
 
-/// An answer is stored whole or not at all, but a storage may fail half-way. So the texts come
-/// before the logo's file, and the flag comes last: the next sign-in makes good what failed.
-std::expected<void, QString> store(const Branding& branding)
+/// The file, which fails most likely, comes first and changes nothing if it does; the flag comes
+/// last: a registry that fails in between is made good by the next sign-in.
+std::expected<void, QString> store(Branding branding)
 {
-    const auto unwritable =
-        std::unexpected(QStringLiteral("the registry or the logo's file cannot be written"));
-    const auto nameOf = [](Setting setting) { return settingCatalogue().at(setting).name; };
-    for (const auto& [setting, text] : branding.texts)
-        if ((setting != Setting::CompanyLogo || text.isEmpty()) &&
-            !dataKey().writeString(nameOf(setting), text))
-            return unwritable;
     if (branding.logo) {
         const QString path = storeLogo(*branding.logo);
-        if (path.isEmpty() || !dataKey().writeString(nameOf(Setting::CompanyLogo), path))
-            return unwritable;
+        if (path.isEmpty())
+            return std::unexpected(QStringLiteral("the logo cannot be written"));
+        branding.texts[Setting::CompanyLogo] = path;
     }
+    const auto nameOf = [](Setting setting) { return settingCatalogue().at(setting).name; };
+    for (const auto& [setting, text] : branding.texts)
+        if (!dataKey().writeString(nameOf(setting), text))
+            return std::unexpected(QStringLiteral("the registry cannot be written"));
     if (!cacheKey().writeNumber(nameOf(Setting::IsCompanyDataReaded), 1))
-        return unwritable;
+        return std::unexpected(QStringLiteral("the registry cannot be written"));
     return {};
 }
 
@@ -108,8 +106,8 @@ void fetchCompanyDataOnce(KorvexRestAPIClient& client, const QString& systemToke
 {
     if (readFlag(Setting::IsCompanyDataReaded) != 0)
         return;
-    const auto branding = fetch(client, systemToken);
-    const auto stored = branding ? store(*branding) : std::unexpected(branding.error());
+    auto branding = fetch(client, systemToken);
+    const auto stored = branding ? store(*std::move(branding)) : std::unexpected(branding.error());
     if (stored)
         logger().log(1, QStringLiteral("Company data stored"));
     else
