@@ -92,6 +92,8 @@ SignInRig::SignInRig()
     set(QStringLiteral("korvexApiServer"), m_service->baseUrl());
     set(QStringLiteral("FailMode"), QStringLiteral("deny"));
     set(QStringLiteral("debugMode"), 3);
+    // A sign-in would ask services on the internet.
+    set(QStringLiteral("RevokeRememberDevicePolicy"), 0);
 }
 
 void SignInRig::set(const QString& name, const QString& value)
