@@ -38,6 +38,7 @@ PublicServices::PublicServices(std::function<QByteArray(const QString& request)>
         m_requests << QString::fromStdString(request.get_header_value("Host") + request.path);
         reply.set_content(answer(m_requests.last()).toStdString(), "text/plain");
     });
+    m_server->set_tcp_nodelay(true);
     if (!m_server->bind_to_port("127.0.0.1", 443))
         qFatal("port 443 of the private network is taken");
     m_thread = std::thread([this] { m_server->listen_after_bind(); });
