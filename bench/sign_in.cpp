@@ -12,7 +12,7 @@
 #include "core/settings.h"
 #include "mfa_service/mfa_service.h"
 #include "platform/paths.h"
-#include "support/posix/private_network.h"
+#include "public_services/public_services.h"
 #include "temporary_root.h"
 
 #include <QCoreApplication>
@@ -190,7 +190,7 @@ private:
 bool measureRevocation(Bench& bench, int pairs)
 {
     constexpr int kRequests = 3;
-    korvex::test::PublicServices services([](const QString&) { return "203.0.113.7"; });
+    korvex::public_services::PublicServices services([](const QString&) { return "203.0.113.7"; });
     Comparison time{.subject = "sign-in with revocation", .unit = "ms"};
     std::size_t before = bench.requestsSoFar();
     const auto countToService = [&] {
@@ -252,7 +252,7 @@ int measure(int pairs)
 
 int main(int argc, char** argv)
 {
-    if (!korvex::test::enterPrivateNetwork(argv)) {
+    if (!korvex::public_services::enterPrivateNetwork(argv)) {
         std::fprintf(stderr, "no network of its own may be made here\n");
         return 1;
     }

@@ -11,7 +11,7 @@ namespace httplib {
 class SSLServer;
 } // namespace httplib
 
-namespace korvex::test {
+namespace korvex::public_services {
 
 /// Starts this program anew by script/private-network, where the public services that the library
 /// is built with, and "service.example", are names of loopback; returns in that program. False
@@ -35,4 +35,4 @@ private:
     std::thread m_thread;
 };
 
-} // namespace korvex::test
+} // namespace korvex::public_services

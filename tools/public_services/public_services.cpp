@@ -1,4 +1,4 @@
-#include "support/posix/private_network.h"
+#include "public_services.h"
 
 #include "context/public_address.h"
 
@@ -8,7 +8,7 @@
 #include <unistd.h>
 #include <vector>
 
-namespace korvex::test {
+namespace korvex::public_services {
 
 bool enterPrivateNetwork(char** arguments)
 {
@@ -56,4 +56,4 @@ QStringList PublicServices::takeRequests()
     return std::exchange(m_requests, {});
 }
 
-} // namespace korvex::test
+} // namespace korvex::public_services
