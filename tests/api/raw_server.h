@@ -30,12 +30,12 @@ public:
     QVector<QByteArray> requests;                ///< as received
 
     /// The paths of the requests so far, which it forgets.
-    QStringList takePaths()
+    QString takePaths()
     {
         QStringList paths;
         for (const QByteArray& request : std::exchange(requests, {}))
             paths << request.split(' ').value(1);
-        return paths;
+        return paths.join(' ');
     }
 
     /// An answer with this status line, body and further header lines.
