@@ -34,9 +34,7 @@ void TestProxySettings::configured_data()
     row("Mode='1' Host=p.local Port=3128", "", "");
     row("Mode=5 Host=p.local Port=3128", ":@p.local:3128", log + "3128");
     row("Mode=-1 Host=p.local Port=65535 Username=me", "me:@p.local:65535", log + "65535");
-    row("Mode=1 Host=p.local Port=1 Password=pw", ":pw@p.local:1", log + "1");
     row("Mode=1 Host=p.local Port=1 Username=me Password=pw", "me:pw@p.local:1", log + "1");
-    row("Mode=1 Port=3128", "", "[Verbose 2] Proxy address: :3128" + noHost);
     row("Mode=1", "", "[Verbose 2] Proxy address: :0" + noHost);
     row("Mode=1 Host=p.local", "", log + "0" + noPort);
     row("Mode=1 Host=p.local Port='3128'", "", log + "0" + noPort);

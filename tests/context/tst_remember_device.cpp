@@ -28,7 +28,6 @@ class TestRememberDevice : public QObject
 
 private slots:
     void init();
-    void publicIp_data();
     void publicIp();
     void slowAndLargeAnswers();
     void publicAsn();
@@ -50,32 +49,24 @@ void TestRememberDevice::init()
     m_server->answers["/b"] = {page("203.0.113.7\r\n")};
 }
 
-void TestRememberDevice::publicIp_data()
-{
-    using Answers = QList<QByteArray>;
-    QTest::addColumn<Answers>("first");
-    QTest::addColumn<QString>("ip");
-    QTest::addColumn<QString>("paths");
-    const QByteArray down = RawServer::http("503 Down", "203.0.113.1");
-    const QByteArray good = page(" 203.0.113.1\n");
-    const auto row = [](const char* name, const Answers& first, const char* ip, const char* paths) {
-        QTest::newRow(name) << first << ip << paths;
-    };
-    row("works", {good}, "203.0.113.1", "/a /a /a");
-    row("down", {down}, "203.0.113.7", "/a /b /b /b");
-    row("HTML", {page("<html>203.0.113.1</html>")}, "203.0.113.7", "/a /a /b /b /b");
-    row("down at the second", {good, down}, "203.0.113.7", "/a /a /b /b /b");
-    row("first answer is not looked at", {page("?"), good}, "203.0.113.1", "/a /a /a");
-    row("last answer is not either", {good, good, page(" ? ")}, "?", "/a /a /a");
-    row("down at the last", {good, good, down}, "", "/a /a /a");
-}
-
 void TestRememberDevice::publicIp()
 {
-    QFETCH(QList<QByteArray>, first);
-    m_server->answers["/a"] = first;
-    QTEST(getPublicIp(m_services), "ip");
-    QTEST(m_server->takePaths(), "paths");
+    const QByteArray down = RawServer::http("503 Down", "203.0.113.1");
+    const QByteArray good = page(" 203.0.113.1\n");
+    // What the first service answers, in turn; the last answer stays.
+    const QVector<std::tuple<QList<QByteArray>, QString, QString>> rows = {
+        {{good}, "203.0.113.1", "/a /a /a"},
+        {{down}, "203.0.113.7", "/a /b /b /b"},
+        {{page("<html>203.0.113.1</html>")}, "203.0.113.7", "/a /a /b /b /b"},
+        {{good, down}, "203.0.113.7", "/a /a /b /b /b"},
+        {{page("?"), good}, "203.0.113.1", "/a /a /a"},
+        {{good, good, page(" ? ")}, "?", "/a /a /a"},
+        {{good, good, down}, "", "/a /a /a"}};
+    for (const auto& [answers, ip, paths] : rows) {
+        m_server->answers["/a"] = answers;
+        QCOMPARE(getPublicIp(m_services), ip);
+        QCOMPARE(m_server->takePaths(), paths);
+    }
 }
 
 void TestRememberDevice::slowAndLargeAnswers()
@@ -88,7 +79,7 @@ void TestRememberDevice::slowAndLargeAnswers()
     QElapsedTimer time;
     time.start();
     QCOMPARE(getPublicIp(m_services), QString("203.0.113.7"));
-    QVERIFY(time.elapsed() >= 300 && time.elapsed() < 10000);
+    QVERIFY(time.elapsed() < 5000);
     QCOMPARE(m_server->takePaths(), QString("/a /b /b /b"));
 }
 

@@ -54,7 +54,6 @@ class TestNetwork : public QObject
 
 private slots:
     void revocation();
-    void proxy_data();
     void proxy();
     void pageBehindProxy();
 };
@@ -90,41 +89,32 @@ void TestNetwork::revocation()
     QCOMPARE(log.filter(QStringLiteral("Tracked parameter changed: ")).size(), 1);
 }
 
-void TestNetwork::proxy_data()
-{
-    QTest::addColumn<QByteArray>("access");
-    QTest::addColumn<QString>("password");
-    QTest::addColumn<bool>("granted");
-    QTest::newRow("open") << QByteArray() << "" << true;
-    QTest::newRow("right password") << kClosed << "secret-pw" << true;
-    QTest::newRow("wrong password") << kClosed << "wrong-pw" << false;
-}
-
 void TestNetwork::proxy()
 {
-    QFETCH(QByteArray, access);
-    QFETCH(QString, password);
-    QFETCH(bool, granted);
-    SignInRig rig;
-    const auto proxy = startProxy(rig, access, password);
-    rig.set(QStringLiteral("korvexApiServer"), elsewhere(rig));
-    // The page's address is the service's own, so it goes on to its other name.
-    rig.showScript(QStringLiteral("if (location.hostname == '127.0.0.1') location.hostname = "
-                                  "'service.example'; else SUBMIT"));
-    const Outcome outcome = rig.run({kConsole});
-    QCOMPARE(outcome.verdicts, QVector<int>{granted});
-    QVERIFY(!outcome.output.contains("-pw"));
-    QStringList paths;
-    for (const auto& request : rig.service().requests()) {
-        QCOMPARE(request.headers.value("via").contains("tinyproxy"),
-                 request.headers.value("host").startsWith("service.example:"));
-        if (request.headers.contains("via"))
-            paths << request.route();
+    for (const auto& [access, password, granted] : {std::tuple(QByteArray(), "", true),
+                                                    {kClosed, "secret-pw", true},
+                                                    {kClosed, "wrong-pw", false}}) {
+        SignInRig rig;
+        const auto proxy = startProxy(rig, access, password);
+        rig.set(QStringLiteral("korvexApiServer"), elsewhere(rig));
+        // The page's address is the service's own, so it goes on to its other name.
+        rig.showScript(QStringLiteral("if (location.hostname != '127.0.0.1') SUBMIT;"
+                                      "else location.hostname = 'service.example'"));
+        const Outcome outcome = rig.run({kConsole});
+        QCOMPARE(outcome.verdicts, QVector<int>{granted});
+        QVERIFY(!outcome.output.contains("-pw"));
+        QStringList paths;
+        for (const auto& request : rig.service().requests()) {
+            QCOMPARE(request.headers.value("via").contains("tinyproxy"),
+                     request.headers.value("host").startsWith("service.example:"));
+            if (request.headers.contains("via"))
+                paths << request.route();
+        }
+        for (const char* const path : {"/", "/api/transaction/init", "/signin", "/signin/code"})
+            QCOMPARE(paths.contains(QLatin1String(path)), granted);
+        proxy->terminate();
+        QVERIFY(proxy->waitForFinished());
     }
-    for (const char* const path : {"/", "/api/transaction/init", "/signin", "/signin/code"})
-        QCOMPARE(paths.contains(QLatin1String(path)), granted);
-    proxy->terminate();
-    QVERIFY(proxy->waitForFinished());
 }
 
 void TestNetwork::pageBehindProxy()
