@@ -30,14 +30,12 @@ void TestProxySettings::configured_data()
     const QString noHost = "\n[Warning] Invalid proxy configuration, 'proxyHost' not defined";
     const QString noPort = "\n[Warning] Invalid proxy configuration, 'proxyPort' not defined";
     row("", "", "");
-    row("Mode=0 Host=p.local Port=3128", "", "");
     row("Mode='1' Host=p.local Port=3128", "", "");
     row("Mode=5 Host=p.local Port=3128", ":@p.local:3128", log + "3128");
     row("Mode=-1 Host=p.local Port=65535 Username=me", "me:@p.local:65535", log + "65535");
     row("Mode=1 Host=p.local Port=1 Username=me Password=pw", "me:pw@p.local:1", log + "1");
     row("Mode=1", "", "[Verbose 2] Proxy address: :0" + noHost);
     row("Mode=1 Host=p.local", "", log + "0" + noPort);
-    row("Mode=1 Host=p.local Port='3128'", "", log + "0" + noPort);
     row("Mode=1 Host=p.local Port=68664", "", log + "68664" + noPort); // 65536 + 3128
 }
 

@@ -92,8 +92,7 @@ SignInRig::SignInRig()
     set(QStringLiteral("korvexApiServer"), m_service->baseUrl());
     set(QStringLiteral("FailMode"), QStringLiteral("deny"));
     set(QStringLiteral("debugMode"), 3);
-    // A sign-in would ask services on the internet.
-    set(QStringLiteral("RevokeRememberDevicePolicy"), 0);
+    set(QStringLiteral("RevokeRememberDevicePolicy"), 0); // asks services on the internet
 }
 
 void SignInRig::set(const QString& name, const QString& value)

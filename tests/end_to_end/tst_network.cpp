@@ -13,7 +13,6 @@ using namespace korvex::test;
 namespace {
 
 const QString kConsole = QStringLiteral("{\"user\":\"root\",\"ip\":\"\"}");
-const QString kRemote = QStringLiteral("{\"user\":\"root\",\"ip\":\"10.0.0.5\"}");
 const QByteArray kClosed = "BasicAuth me secret-pw\n";
 
 /// The service under another name than loopback's own, which no proxy is asked for.
@@ -78,7 +77,7 @@ void TestNetwork::revocation()
     QCOMPARE(asked.size(), 12);
     QCOMPARE(asked.count(asked.first()), 12);
     unchanged = 1000;
-    log += rig.run({kRemote}).log;
+    log += rig.run({R"({"user":"root","ip":"10.0.0.5"})"}).log;
     QVERIFY(services.takeRequests().isEmpty());
 
     QStringList seen;
