@@ -9,6 +9,7 @@
 #include <QEventLoop>
 #include <QMessageAuthenticationCode>
 #include <QNetworkAccessManager>
+#include <QNetworkProxy>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QTimer>
@@ -18,7 +19,6 @@ namespace korvex {
 
 namespace {
 
-constexpr qint64 kMaxAnswerSize = qint64{4} * 1024 * 1024;
 constexpr char kSignatureHeader[] = "X-Korvex-Signature";
 
 struct DeleteLater
@@ -59,7 +59,7 @@ Result<QJsonObject> KorvexRestAPIClient::patch(const QString& path, const QJsonD
     return send("PATCH", path, body);
 }
 
-Result<QByteArray> KorvexRestAPIClient::get(const QString& absoluteUrl)
+Result<QByteArray> KorvexRestAPIClient::get(const QString& absoluteUrl, qint64 maxAnswerSize)
 {
     const QUrl url(absoluteUrl);
     // Qt would read the machine's own files too, and the address comes from elsewhere.
@@ -68,7 +68,7 @@ Result<QByteArray> KorvexRestAPIClient::get(const QString& absoluteUrl)
                             QStringLiteral("Http request refused, no web address: ") + absoluteUrl);
         return failure(ErrorCode::TransferFailure);
     }
-    return KorvexRestAPIClient().fetch(url);
+    return KorvexRestAPIClient().fetch(url, maxAnswerSize);
 }
 
 Result<void> KorvexRestAPIClient::probe()
@@ -108,22 +108,22 @@ Result<QJsonObject> KorvexRestAPIClient::send(const QByteArray& method, const QS
     return readServiceEnvelope(answer);
 }
 
-Result<QByteArray> KorvexRestAPIClient::fetch(const QUrl& url)
+Result<QByteArray> KorvexRestAPIClient::fetch(const QUrl& url, qint64 maxAnswerSize)
 {
     const Reply reply(m_manager->get(requestFor(url)));
-    if (const auto transfer = waitFor(*reply); !transfer)
+    if (const auto transfer = waitFor(*reply, maxAnswerSize); !transfer)
         return std::unexpected(transfer.error());
     return reply->readAll();
 }
 
-Result<void> KorvexRestAPIClient::waitFor(QNetworkReply& reply) const
+Result<void> KorvexRestAPIClient::waitFor(QNetworkReply& reply, qint64 maxAnswerSize) const
 {
     QEventLoop loop;
     connect(&reply, SIGNAL(finished()), &loop, SLOT(quit()));
     // The manager's own time-out starts anew with every byte; this one also ends an endless answer.
     QTimer::singleShot(m_timeout, &reply, &QNetworkReply::abort);
-    connect(&reply, &QNetworkReply::readyRead, &reply, [&reply] {
-        if (reply.bytesAvailable() > kMaxAnswerSize)
+    connect(&reply, &QNetworkReply::readyRead, &reply, [&reply, maxAnswerSize] {
+        if (reply.bytesAvailable() > maxAnswerSize)
             reply.abort();
     });
     if (!reply.isFinished())
@@ -158,9 +158,12 @@ QNetworkRequest KorvexRestAPIClient::requestFor(const QUrl& url) const
     // Without compression: a small answer must not unfold into a large one, past the cap.
     request.setRawHeader("Accept-Encoding", "identity");
     for (const auto attribute :
-         {QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::CookieSaveControlAttribute,
-          QNetworkRequest::AuthenticationReuseAttribute})
+         {QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::CookieSaveControlAttribute})
         request.setAttribute(attribute, QNetworkRequest::Manual);
+    // Nobody who asks gets credentials, but Qt would withhold them from the proxy too.
+    if (QNetworkProxy::applicationProxy().user().isEmpty())
+        request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute,
+                             QNetworkRequest::Manual);
     return request;
 }
 

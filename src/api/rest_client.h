@@ -34,9 +34,11 @@ public:
     [[nodiscard]] Result<QJsonObject> post(const QString& path, const QJsonDocument& body);
     [[nodiscard]] Result<QJsonObject> patch(const QString& path, const QJsonDocument& body);
 
-    /// An unsigned GET of any web address (http, https), with a client of its own; gives the body.
+    /// An unsigned GET of any web address (http, https), with a client of its own; gives the body
+    /// of at most `maxAnswerSize` bytes.
     /// Errors: ServerFailure, TransferFailure, which an address of another kind is too.
-    [[nodiscard]] static Result<QByteArray> get(const QString& absoluteUrl);
+    [[nodiscard]] static Result<QByteArray> get(const QString& absoluteUrl,
+                                                qint64 maxAnswerSize = kMaxAnswerSize);
 
     /// Asks whether the service can be reached: an unsigned GET of the bare base URL.
     /// Errors: ServerFailure, TransferFailure.
@@ -46,10 +48,12 @@ public:
     QByteArray sign(const QByteArray& body) const;
 
 private:
+    static constexpr qint64 kMaxAnswerSize = qint64{4} * 1024 * 1024;
+
     Result<QJsonObject> send(const QByteArray& method, const QString& path,
                              const QJsonDocument& body);
-    Result<QByteArray> fetch(const QUrl& url);
-    Result<void> waitFor(QNetworkReply& reply) const;
+    Result<QByteArray> fetch(const QUrl& url, qint64 maxAnswerSize = kMaxAnswerSize);
+    Result<void> waitFor(QNetworkReply& reply, qint64 maxAnswerSize = kMaxAnswerSize) const;
     bool isAuthentic(const QNetworkReply& reply, const QByteArray& body) const;
     QNetworkRequest requestFor(const QUrl& url) const;
 

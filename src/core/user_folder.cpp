@@ -23,4 +23,9 @@ QString userStorageDirectory()
     return cache + QDir::separator() + userFolderName(sidOf(logonInput().user));
 }
 
+QString webStorageDirectory()
+{
+    return userStorageDirectory() + QDir::separator() + QStringLiteral("QtWebEngine");
+}
+
 } // namespace korvex

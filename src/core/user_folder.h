@@ -11,4 +11,7 @@ QString userFolderName(const QString& sid);
 /// The folder of the user that signs in, below the data root's Cache folder. It may not exist yet.
 QString userStorageDirectory();
 
+/// The folder in it that the web engine keeps cookies, local storage and cache in.
+QString webStorageDirectory();
+
 } // namespace korvex

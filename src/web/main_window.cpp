@@ -3,7 +3,9 @@
 #include "api/service_settings.h"
 #include "api/transaction.h"
 #include "api/verdict.h"
+#include "context/remember_device.h"
 #include "core/log.h"
+#include "core/logon_input.h"
 #include "core/message_box.h"
 #include "core/secret.h"
 #include "core/settings.h"
@@ -18,7 +20,6 @@
 
 #include <QCloseEvent>
 #include <QCoreApplication>
-#include <QDir>
 #include <QIcon>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -56,8 +57,11 @@ void MainWindow::start(const QJsonDocument& input)
     if (!verifyConfiguration())
         return;
     setUpWindow();
-    // Two steps come between, once they are built: remembered devices are revoked while the cookie
-    // store is still closed, and the proxy is set before any request.
+    // While the cookie store is still closed. Its own requests go out before the proxy is set, on
+    // purpose: they ask how the machine itself is seen.
+    if (logonInput().ip.isEmpty())
+        revokeRememberedDevice(readNumber(Setting::RevokeRememberDevicePolicy));
+    installProxy();
     createTransaction(input);
     m_transaction->start();
 }
@@ -91,6 +95,12 @@ void MainWindow::setUpWindow()
     setGeometry(screen()->availableGeometry());
 }
 
+void MainWindow::installProxy()
+{
+    if (const auto proxy = configuredProxy())
+        m_proxy.emplace(*proxy);
+}
+
 void MainWindow::createProfile()
 {
     m_interceptor = std::make_unique<BrowserInterceptor>();
@@ -99,8 +109,8 @@ void MainWindow::createProfile()
         QString::fromLatin1(acceptLanguage(QLocale::system().uiLanguages())));
     m_profile->setHttpUserAgent(QLatin1String(kUserAgent));
     m_profile->setPersistentCookiesPolicy(QWebEngineProfile::AllowPersistentCookies);
-    const QString storage =
-        userStorageDirectory() + QDir::separator() + QStringLiteral("QtWebEngine");
+    const QString storage = webStorageDirectory();
+    m_cookieFlush.emplace(storage);
     m_profile->setCachePath(storage);
     m_profile->setPersistentStoragePath(storage);
     m_profile->setUrlRequestInterceptor(m_interceptor.get());

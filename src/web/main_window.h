@@ -1,11 +1,15 @@
 #pragma once
 
+#include "context/proxy_settings.h"
+#include "web/cookie_flush.h"
+
 #include <QMainWindow>
 #include <QSizeF>
 #include <QString>
 #include <QTimer>
 #include <QUrl>
 #include <memory>
+#include <optional>
 
 class QJsonDocument;
 class QWebEngineProfile;
@@ -50,6 +54,7 @@ private:
     bool verifyConfiguration();
     void setUpWindow();
     void startWebEngine();
+    void installProxy();
     void createProfile();
     void createPage();
     void createView();
@@ -61,7 +66,9 @@ private:
     void giveUpLoading();
     void onTitleChanged(const QString& title);
 
-    // Destroyed from the last to the first: the profile outlives its page.
+    // Destroyed from the last to the first: the profile outlives its page, the proxy both.
+    std::optional<ApplicationProxy> m_proxy;
+    std::optional<CookieFlush> m_cookieFlush;
     std::unique_ptr<BrowserInterceptor> m_interceptor;
     std::unique_ptr<QWebEngineProfile> m_profile;
     std::unique_ptr<SignInPage> m_page;

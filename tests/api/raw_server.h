@@ -1,15 +1,18 @@
 #pragma once
 
+#include <QMap>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QVector>
 #include <memory>
+#include <utility>
 
 namespace korvex::test {
 
-/// A peer that answers every request with the same bytes and then hangs up. It lives on the test's
-/// own thread and is served while a client waits in its event loop.
+/// A peer that answers every request with the same bytes, or with those for its path, and then
+/// hangs up. It lives on the test's own thread and is served while a client waits in its event
+/// loop.
 class RawServer : public QTcpServer
 {
 public:
@@ -23,7 +26,17 @@ public:
     QString authority() const { return QString("127.0.0.1:%1").arg(serverPort()); }
 
     QByteArray answer;
-    QVector<QByteArray> requests; ///< as received
+    QMap<QByteArray, QList<QByteArray>> answers; ///< for a path, in turn; the last one stays
+    QVector<QByteArray> requests;                ///< as received
+
+    /// The paths of the requests so far, which it forgets.
+    QString takePaths()
+    {
+        QStringList paths;
+        for (const QByteArray& request : std::exchange(requests, {}))
+            paths << request.split(' ').value(1);
+        return paths.join(' ');
+    }
 
     /// An answer with this status line, body and further header lines.
     static QByteArray http(const QByteArray& status, const QByteArray& body,
@@ -48,7 +61,10 @@ private:
                     if (headerEnd < 0 || request->size() < headerEnd + 4 + bodySize)
                         return;
                     requests << *request;
-                    socket->write(answer);
+                    auto& own = answers[request->split(' ').value(1)];
+                    socket->write(own.value(0, answer));
+                    if (own.size() > 1)
+                        own.removeFirst();
                     socket->disconnectFromHost();
                 });
     }

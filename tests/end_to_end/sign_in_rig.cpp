@@ -93,6 +93,7 @@ SignInRig::SignInRig()
     set(QStringLiteral("korvexApiServer"), m_service->baseUrl());
     set(QStringLiteral("FailMode"), QStringLiteral("deny"));
     set(QStringLiteral("debugMode"), 3);
+    set(QStringLiteral("RevokeRememberDevicePolicy"), 0); // asks services on the internet
 }
 
 void SignInRig::set(const QString& name, const QString& value)

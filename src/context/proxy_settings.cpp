@@ -1,0 +1,64 @@
+#include "context/proxy_settings.h"
+
+#include "core/log.h"
+#include "core/settings.h"
+
+namespace korvex {
+
+namespace {
+
+QString readText(const char* name)
+{
+    return mainKey().readString(QLatin1String(name)).value_or(QString());
+}
+
+quint32 readNumber(const char* name)
+{
+    return static_cast<quint32>(mainKey().readNumber(QLatin1String(name)).value_or(0));
+}
+
+} // namespace
+
+std::optional<QNetworkProxy> configuredProxy()
+{
+    if (readNumber("proxyMode") == 0)
+        return std::nullopt;
+    const QString host = readText("proxyHost");
+    const quint32 port = readNumber("proxyPort");
+    // Before any check, so that an incomplete configuration can be seen in the log.
+    logger().log(2, QStringLiteral("Proxy address: ") + host + QLatin1Char(':') +
+                        QString::number(port));
+    if (host.isEmpty()) {
+        logger().logWarning(0,
+                            QStringLiteral("Invalid proxy configuration, 'proxyHost' not defined"));
+        return std::nullopt;
+    }
+    // One that is no port at all must not lead to another port by its lower bits.
+    if (port == 0 || port > 65535) {
+        logger().logWarning(0,
+                            QStringLiteral("Invalid proxy configuration, 'proxyPort' not defined"));
+        return std::nullopt;
+    }
+    QNetworkProxy proxy(QNetworkProxy::HttpProxy, host, static_cast<quint16>(port));
+    if (const QString user = readText("proxyUsername"); !user.isEmpty())
+        proxy.setUser(user);
+    if (const QString password = readText("proxyPassword"); !password.isEmpty())
+        proxy.setPassword(password);
+    return proxy;
+}
+
+ApplicationProxy::ApplicationProxy(const QNetworkProxy& proxy)
+    : m_systemConfiguration(QNetworkProxyFactory::usesSystemConfiguration())
+{
+    // The web engine would go on asking the system.
+    QNetworkProxyFactory::setUseSystemConfiguration(false);
+    QNetworkProxy::setApplicationProxy(proxy);
+}
+
+ApplicationProxy::~ApplicationProxy()
+{
+    QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
+    QNetworkProxyFactory::setUseSystemConfiguration(m_systemConfiguration);
+}
+
+} // namespace korvex

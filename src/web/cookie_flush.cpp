@@ -1,0 +1,37 @@
+#include "web/cookie_flush.h"
+
+#include "core/log.h"
+#include "platform/file_use.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QThread>
+
+namespace korvex {
+
+namespace {
+
+constexpr int kPatience = 2000; // milliseconds
+constexpr int kPause = 2;
+
+} // namespace
+
+CookieFlush::CookieFlush(const QString& storage)
+    : m_file(QDir(storage).filePath(QStringLiteral("Cookies")))
+{}
+
+CookieFlush::~CookieFlush()
+{
+    // The engine has no call for it. It closes the file when everything is written.
+    const QDeadlineTimer deadline(kPatience);
+    while (platform::isFileOpen(m_file)) {
+        if (deadline.hasExpired()) {
+            logger().logWarning(
+                0, QStringLiteral("Cookies may be lost: '%1' is still in use").arg(m_file));
+            return;
+        }
+        QThread::msleep(kPause);
+    }
+}
+
+} // namespace korvex

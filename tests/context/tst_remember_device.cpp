@@ -1,0 +1,156 @@
+#include "api/raw_server.h"
+#include "context/remember_device.h"
+#include "core/process_state.h"
+#include "core/user_folder.h"
+#include "platform/accounts.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QJsonObject>
+#include <QtTest>
+
+using namespace korvex;
+using test::RawServer;
+
+namespace {
+
+QByteArray page(const QByteArray& body)
+{
+    return RawServer::http("200 OK", body);
+}
+
+} // namespace
+
+/// The public address and what follows from it, with services on loopback.
+class TestRememberDevice : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void publicIp();
+    void slowAndLargeAnswers();
+    void publicAsn();
+    void revocation_data();
+    void revocation();
+
+private:
+    test::ProcessState m_state;
+    std::unique_ptr<RawServer> m_server;
+    AddressServices m_services;
+};
+
+void TestRememberDevice::init()
+{
+    m_state.startAnew();
+    m_server = std::make_unique<RawServer>();
+    const QString base = "http://" + m_server->authority();
+    m_services = {{base + "/a", base + "/b", base + "/c"}, base + "/asn/%1"};
+    m_server->answers["/b"] = {page("203.0.113.7\r\n")};
+}
+
+void TestRememberDevice::publicIp()
+{
+    const QByteArray down = RawServer::http("503 Down", "203.0.113.1");
+    const QByteArray good = page(" 203.0.113.1\n");
+    // What the first service answers, in turn; the last answer stays.
+    const QVector<std::tuple<QList<QByteArray>, QString, QString>> rows = {
+        {{good}, "203.0.113.1", "/a /a /a"},
+        {{down}, "203.0.113.7", "/a /b /b /b"},
+        {{page("<html>203.0.113.1</html>")}, "203.0.113.7", "/a /a /b /b /b"},
+        {{good, down}, "203.0.113.7", "/a /a /b /b /b"},
+        {{page("?"), good}, "203.0.113.1", "/a /a /a"},
+        {{good, good, page(" ? ")}, "?", "/a /a /a"},
+        {{good, good, down}, "", "/a /a /a"}};
+    for (const auto& [answers, ip, paths] : rows) {
+        m_server->answers["/a"] = answers;
+        QCOMPARE(getPublicIp(m_services), ip);
+        QCOMPARE(m_server->takePaths(), paths);
+    }
+}
+
+void TestRememberDevice::slowAndLargeAnswers()
+{
+    mainKey().writeNumber("RequestTimeout", 300);
+    m_server->answers["/a"] = {page("10.0.0.5" + QByteArray(4096, ' '))};
+    QTcpServer silent; // takes connections and says nothing
+    QVERIFY(silent.listen(QHostAddress::LocalHost));
+    m_services.echo.prepend(QString("http://127.0.0.1:%1/").arg(silent.serverPort()));
+    QElapsedTimer time;
+    time.start();
+    QCOMPARE(getPublicIp(m_services), QString("203.0.113.7"));
+    QVERIFY(time.elapsed() < 5000);
+    QCOMPARE(m_server->takePaths(), QString("/a /b /b /b"));
+}
+
+void TestRememberDevice::publicAsn()
+{
+    m_services.echo = m_services.echo.mid(1, 1);
+    const AddressServices noEcho{{}, m_services.information};
+    const QByteArray right = R"({"connection":{"asn":64500}})";
+    const QVector<std::pair<QByteArray, QString>> answers = {
+        {right, "64500"},
+        {R"({"connection":{"asn":"AS64500"}})", "0"},
+        {R"({"connection":5})", "0"},
+        {"{}", "0"},
+        {"[64500]", QString()},
+        {right + QByteArray(64 * 1024, ' '), QString()}};
+    for (const auto& [body, asn] : answers) {
+        m_server->answer = page(body);
+        const QString found = getPublicAsn(m_services);
+        QCOMPARE(found, asn);
+        QCOMPARE(found.isNull(), asn.isNull());
+        QCOMPARE(getPublicAsn(noEcho), asn);
+        QCOMPARE(m_server->takePaths(), QString("/b /b /b /asn/203.0.113.7 /asn/"));
+    }
+}
+
+void TestRememberDevice::revocation_data()
+{
+    QTest::addColumn<int>("policy");
+    QTest::addColumn<QString>("stored");
+    QTest::addColumn<QString>("storedAfter");
+    QTest::addColumn<QString>("log"); // about revocation
+    const QString ip = "203.0.113.7";
+    const QString changed =
+        "Tracked parameter changed: '64500' -> '64501', clearing remember device";
+    QTest::newRow("first run") << 2 << "" << ip << "";
+    QTest::newRow("unchanged") << 2 << ip << ip << "";
+    QTest::newRow("changed") << 1 << "64500" << "64501" << changed;
+    QTest::newRow("unknown") << 1 << "?" << "?"
+                             << "[Verbose 1] [Warning] Cannot determine current parameter, "
+                                "skipping cleanup";
+    QTest::newRow("no such policy") << 3 << "64500" << "64500" << "";
+}
+
+void TestRememberDevice::revocation()
+{
+    QFETCH(int, policy);
+    QFETCH(QString, stored);
+    beginSignIn(QJsonDocument(QJsonObject{{"user", test::knownAccount()}}));
+    const QString name = policy == 1 ? "LastTransactionPublicASN" : "LastTransactionPublicIP";
+    const platform::RegistryKey key(dataKey().path() + '\\' +
+                                    platform::accountSid(test::knownAccount()).value_or("none"));
+    QVERIFY(stored.isEmpty() || key.writeString(name, stored));
+    m_server->answer = page(stored == "?" ? "" : R"({"connection":{"asn":64501}})");
+    // A folder in the first file's place cannot be removed like a file.
+    const QDir storage(webStorageDirectory());
+    QVERIFY(storage.mkpath("Cookies/kept"));
+    for (const char* const file : {"Cookies-journal", "Visited Links"})
+        QVERIFY(QFile(storage.filePath(file)).open(QIODevice::WriteOnly));
+
+    revokeRememberedDevice(policy, m_services);
+    QTEST(key.readString(name).value_or(""), "storedAfter");
+    const QStringList log = m_state.takeLog();
+    QTEST(log.filter(QRegularExpression("Tracked|parameter")).join('\n'), "log");
+    const bool changed = policy == 1 && stored == "64500";
+    QVERIFY(storage.exists("Visited Links"));
+    QCOMPARE(storage.exists("Cookies-journal"), !changed);
+    QCOMPARE(log.filter("[Warning] Failed to remove 'Cookies': ").size(), int(changed));
+    QCOMPARE(m_server->takePaths().isEmpty(), policy == 3);
+    QVERIFY(QDir(userStorageDirectory()).removeRecursively());
+}
+
+QTEST_GUILESS_MAIN(TestRememberDevice)
+
+#include "tst_remember_device.moc"

@@ -1,0 +1,149 @@
+#include "end_to_end/sign_in_rig.h"
+#include "public_services/public_services.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QTest>
+#include <atomic>
+#include <tuple>
+
+using namespace korvex::public_services;
+using namespace korvex::test;
+
+namespace {
+
+const QString kConsole = QStringLiteral("{\"user\":\"root\",\"ip\":\"\"}");
+const QByteArray kClosed = "BasicAuth me secret-pw\n";
+
+/// The service under another name than loopback's own, which no proxy is asked for.
+QString elsewhere(SignInRig& rig)
+{
+    return rig.service().baseUrl().replace("127.0.0.1", "service.example");
+}
+
+/// Runs Debian's small HTTP proxy, which puts its name into what it passes on, for the sign-in.
+std::unique_ptr<QProcess> startProxy(SignInRig& rig, const QByteArray& access,
+                                     const QString& password)
+{
+    QFile file(rig.root().path() + QStringLiteral("/tinyproxy.conf"));
+    if (!file.open(QIODevice::WriteOnly) ||
+        file.write("Port 3128\nListen 127.0.0.1\n" + access) < 0)
+        qFatal("the proxy cannot be configured");
+    file.close();
+    auto proxy = std::make_unique<QProcess>();
+    proxy->setProcessChannelMode(QProcess::MergedChannels);
+    proxy->start(QStringLiteral("tinyproxy"), {"-d", "-c", file.fileName()});
+    QByteArray output;
+    while (!output.contains("Accepting connections") && proxy->waitForReadyRead(5000))
+        output += proxy->readAll();
+    rig.set(QStringLiteral("proxyMode"), 1);
+    rig.set(QStringLiteral("proxyHost"), QStringLiteral("127.0.0.1"));
+    rig.set(QStringLiteral("proxyPort"), 3128);
+    rig.set(QStringLiteral("proxyUsername"), QStringLiteral("me"));
+    rig.set(QStringLiteral("proxyPassword"), password);
+    return proxy;
+}
+
+} // namespace
+
+/// What leaves the machine, in a network of the test's own where every host is this machine.
+class TestNetwork : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void revocation();
+    void proxy();
+    void pageBehindProxy();
+};
+
+void TestNetwork::revocation()
+{
+    SignInRig rig;
+    std::atomic<int> unchanged = 6; // requests until the machine is seen elsewhere
+    PublicServices services([&](const QString&) {
+        return QByteArray(unchanged-- > 0 ? "203.0.113.7\n" : "203.0.113.8\n");
+    });
+    // The page reports what the engine has kept, then has it keep something.
+    rig.showScript(QStringLiteral(
+        "fetch('/seen/' + document.cookie + '/' + localStorage.device).then(() => {"
+        " document.cookie = 'device=1; max-age=86400'; localStorage.device = 'kept'; SUBMIT })"));
+    rig.set(QStringLiteral("RevokeRememberDevicePolicy"), 2);
+    // Each process ends right after its last verdict.
+    QStringList log;
+    for (const QStringList& inputs : {QStringList{kConsole}, {kConsole}, {kConsole, kConsole}})
+        log += rig.run(inputs).log;
+    const QStringList asked = services.takeRequests();
+    QCOMPARE(asked.size(), 12);
+    QCOMPARE(asked.count(asked.first()), 12);
+    unchanged = 1000;
+    log += rig.run({R"({"user":"root","ip":"10.0.0.5"})"}).log;
+    QVERIFY(services.takeRequests().isEmpty());
+
+    QStringList seen;
+    for (const auto& request : rig.service().requests())
+        if (request.path.startsWith(QLatin1String("/seen/")))
+            seen << request.path.mid(6);
+    QCOMPARE(seen.join(' '), QString("/undefined device=1/kept /kept device=1/kept device=1/kept"));
+    QCOMPARE(log.filter(QStringLiteral("Tracked parameter changed: ")).size(), 1);
+}
+
+void TestNetwork::proxy()
+{
+    for (const auto& [access, password, granted] : {std::tuple(QByteArray(), "", true),
+                                                    {kClosed, "secret-pw", true},
+                                                    {kClosed, "wrong-pw", false}}) {
+        SignInRig rig;
+        const auto proxy = startProxy(rig, access, password);
+        rig.set(QStringLiteral("korvexApiServer"), elsewhere(rig));
+        // The page's address is the service's own, so it goes on to its other name.
+        rig.showScript(QStringLiteral("if (location.hostname != '127.0.0.1') SUBMIT;"
+                                      "else location.hostname = 'service.example'"));
+        const Outcome outcome = rig.run({kConsole});
+        QCOMPARE(outcome.verdicts, QVector<int>{granted});
+        QVERIFY(!outcome.output.contains("-pw"));
+        QStringList paths;
+        for (const auto& request : rig.service().requests()) {
+            QCOMPARE(request.headers.value("via").contains("tinyproxy"),
+                     request.headers.value("host").startsWith("service.example:"));
+            if (request.headers.contains("via"))
+                paths << request.route();
+        }
+        for (const char* const path : {"/", "/api/transaction/init", "/signin", "/signin/code"})
+            QCOMPARE(paths.contains(QLatin1String(path)), granted);
+        proxy->terminate();
+        QVERIFY(proxy->waitForFinished());
+    }
+}
+
+void TestNetwork::pageBehindProxy()
+{
+    SignInRig rig;
+    // The second gets as far as a certificate, which the service has not.
+    for (const auto& [password, scheme, seen] :
+         {std::tuple("wrong-pw", "http:", "GET http://service"),
+          std::tuple("secret-pw", "https:", "CONNECT service.example:")}) {
+        const auto proxy = startProxy(rig, kClosed, password);
+        rig.service().setResult(
+            QStringLiteral("/api/transaction/init"),
+            {{"webURI", elsewhere(rig).replace("http:", scheme) + "/signin/x"}});
+        QCOMPARE(rig.run({kConsole}).lastVerdict(),
+                 QStringLiteral("denied: Application exception"));
+        for (const auto& request : rig.service().requests())
+            QVERIFY(!request.path.startsWith(QLatin1String("/signin")));
+        proxy->terminate();
+        QVERIFY(proxy->waitForFinished());
+        QVERIFY(proxy->readAll().contains(seen));
+    }
+}
+
+int main(int argc, char** argv)
+{
+    if (!enterPrivateNetwork(argv))
+        return 77; // skipped
+    const QCoreApplication application(argc, argv);
+    TestNetwork test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_network.moc"
