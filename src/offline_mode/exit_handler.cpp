@@ -48,8 +48,6 @@ void startExitHandler(QCoreApplication& application, std::shared_ptr<ScreenResul
 {
     std::thread([&application, result = std::move(result)] {
         if (const auto act = awaitClose(result))
-            // Qt's queue owns the call.
-            // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
             QMetaObject::invokeMethod(&application, act, Qt::QueuedConnection);
     }).detach();
 }

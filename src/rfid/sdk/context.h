@@ -6,6 +6,7 @@
 #include <memory>
 
 /// Not for others: what the readers share.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the system's name for it
 namespace korvex::rfid::sdk::__ {
 
 /// A PC/SC context, released with its last owner.
