@@ -5,8 +5,8 @@
 
 #include <memory>
 
-/// Not for others: what the readers share.
-// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the system's name for it
+/// Not for others: what the readers share. The name is the system's own.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 namespace korvex::rfid::sdk::__ {
 
 /// A PC/SC context, released with its last owner.
