@@ -15,6 +15,10 @@ using korvex::test::factoryCard;
 using korvex::test::PcscDaemon;
 using korvex::virtual_card::Connection;
 
+using Answer = korvex::virtual_card::Misbehaviour::Answer;
+using Answers = std::vector<Answer>;
+Q_DECLARE_METATYPE(Answers)
+
 namespace {
 
 constexpr std::chrono::seconds kTimeout{10};
@@ -87,33 +91,56 @@ void TestReader::cleanup()
 
 void TestReader::kinds_data()
 {
+    QTest::addColumn<QByteArray>("emulated");
+    QTest::addColumn<Answers>("answers");
     QTest::addColumn<int>("type");
-    QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("served");
-    const auto row = [](const char* emulated, int type, const char* name, bool served = false) {
-        QTest::newRow(emulated) << type << QString(name) << served;
+    const auto row = [](const char* name, const char* emulated, int type, bool served = false,
+                        const Answers& answers = {}) {
+        QTest::newRow(name) << QByteArray(emulated) << answers << type << served;
     };
-    row("classic-1k", 0, "Mifare Classic 1K", true);
-    row("classic-4k", 2, "Mifare Classic 4K");
-    row("ultralight", 3, "Mifare Ultralight");
-    row("ultralight-c", 4, "Mifare Ultralight C");
-    row("mini", 5, "Mifare Mini");
-    row("plus-2k-sl1", 9, "Mifare Plus 2K SL1", true);
-    row("plus-2k-sl2", 10, "Mifare Plus 2K SL2");
-    row("plus-4k-sl1", 11, "Mifare Plus 4K SL1", true);
-    row("plus-4k-sl2", 12, "Mifare Plus 4K SL2");
+    row("Mifare Classic 1K", "classic-1k", 0, true);
+    row("Mifare Classic 4K", "classic-4k", 2);
+    row("Mifare Ultralight", "ultralight", 3);
+    row("Mifare Ultralight C", "ultralight-c", 4);
+    row("Mifare Mini", "mini", 5);
+    row("Mifare Plus 2K SL1", "plus-2k-sl1", 9, true);
+    row("Mifare Plus 2K SL2", "plus-2k-sl2", 10);
+    row("Mifare Plus 4K SL1", "plus-4k-sl1", 11, true);
+    row("Mifare Plus 4K SL2", "plus-4k-sl2", 12);
+    // Told by a probe: the hardware part of the version, and challenges for the keys it knows.
+    const Answer twoKiB{QByteArray::fromHex("60"), QByteArray::fromHex("AF04020111001605")};
+    const Answer fourKiB{QByteArray::fromHex("60"), QByteArray::fromHex("AF04020122001805")};
+    const auto challenge = [](const char* key) {
+        return Answer{QByteArray::fromHex("70") + QByteArray::fromHex(key) + '\0',
+                      '\x90' + QByteArray(16, 'c')};
+    };
+    const Answer origin = challenge("0080");
+    const Answer first = challenge("0040");
+    const Answer seventeenth = challenge("2040");
+    row("Mifare Plus SE 1K SL0", "plus-se", 6, false, {origin});
+    row("Mifare Plus 2K SL0", "plus-s", 7, false, {twoKiB, origin});
+    row("Mifare Plus 4K SL0", "plus-x", 8, false, {fourKiB, origin});
+    row("Mifare Plus SE 1K SL3", "plus-se-10", 13, false, {first});
+    row("Mifare Plus 2K SL3", "plus-s", 14, false, {first, seventeenth});
+    row("Mifare Plus 4K SL3", "plus-x", 15, false, {first, seventeenth, challenge("4040")});
     // These give no answer that would tell more.
     for (const char* const emulated :
          {"desfire", "topaz", "felica", "jcop-30", "jcop-30-ff", "plus-x", "unknown"})
-        row(emulated, 20, "<Unknown>");
+        QTest::addRow("<Unknown> (%s)", emulated)
+            << QByteArray(emulated) << Answers() << 20 << false;
 }
 
 void TestReader::kinds()
 {
+    QFETCH(QByteArray, emulated);
+    QFETCH(Answers, answers);
     QFETCH(int, type);
-    QFETCH(QString, name);
     QFETCH(bool, served);
-    const auto card = factoryCard(QTest::currentDataTag());
+    const auto card = factoryCard(emulated);
+    korvex::virtual_card::Misbehaviour behaviour;
+    behaviour.answers = answers;
+    card->setMisbehaviour(behaviour);
     Connection onReader(*card);
     QVERIFY(onReader.start({.port = m_daemon->port()}, kTimeout));
 
@@ -122,7 +149,8 @@ void TestReader::kinds()
     QCOMPARE(reader->name(), PcscDaemon::readerName());
     QCOMPARE(reader->card()->atr(), card->atr());
     QCOMPARE(static_cast<int>(reader->card()->type()), type);
-    QCOMPARE(reader->card()->displayName(), name);
+    QCOMPARE(reader->card()->displayName(),
+             QString(QTest::currentDataTag()).section(QLatin1String(" ("), 0, 0));
     QCOMPARE(uidText(*reader->card()).value_or(QString()), QString("04:A1:B2:C3"));
     QCOMPARE(makeCardManager(reader->card()).has_value(), served);
     const QStringList log = m_state.takeLog();
