@@ -18,6 +18,7 @@ const QByteArray kSecret = "GEZDGNBVGY3TQOJQGEZDGNBVGY3TQOJQ";
 const QString kWrongCode = QStringLiteral("000000"); // no recovery code begins with a zero
 
 const QString kShown = QStringLiteral("Offline mode prompt initialized");
+const QString kPage = QStringLiteral("[Verbose 1] Invoke updateWebView, url: ");
 const QString kRefused = QStringLiteral("Code verification failed!");
 const QString kGranted = QStringLiteral("granted: Correct code for Offline Mode!");
 
@@ -69,6 +70,28 @@ public:
     {
         return {after, [this, code] { return display().type(code), true; }};
     }
+    /// The service's own page, for a user whose authenticator app has the secret.
+    void usesApp()
+    {
+        showRealPage();
+        set("sendNTLM", 0);
+        service().addUser(thisUser(), "12345678901234567890"); // kSecret, decoded
+    }
+    /// The `count`-th code that is typed on that page.
+    Step typeOnPage(int count)
+    {
+        return {kPage, [this, count] {
+                    display().press("ctrl+a");
+                    display().type(appCode());
+                    return service().waitForRequest("/signin/code", std::chrono::seconds(2), count);
+                }};
+    }
+    /// The next sign-in does not reach the service.
+    void failProbe()
+    {
+        service().setBehaviour("/", {.kind = mfa_service::Behaviour::Kind::Status500, .times = 1});
+    }
+    bool storeSecret() { return otp::storeOtpSecret(&m_data, kSecret); }
     Step close(const QString& after)
     {
         return {after, [this] { return display().closeTopWindow(); }};
@@ -107,7 +130,7 @@ public:
     OfflineRig()
     {
         service().stop();
-        if (!otp::storeOtpSecret(&m_data, kSecret))
+        if (!storeSecret())
             qFatal("cannot store the secret");
     }
 };
@@ -127,7 +150,8 @@ private slots:
     void recoveryCodeWorksOnce();
     void closedWithoutCode_data();
     void closedWithoutCode();
-    void onlineAndOffline();
+    void wholeRoad();
+    void oneProcess();
     void languageByKeyboard();
 };
 
@@ -263,36 +287,40 @@ void TestOfflineSignIn::closedWithoutCode()
     QCOMPARE(outcome.lastVerdict(), QString());
 }
 
-void TestOfflineSignIn::onlineAndOffline()
+void TestOfflineSignIn::wholeRoad()
 {
-    // Three sign-ins in one process: the first brings the secret, the second needs it, and the
-    // third has the web engine again.
-    using namespace std::chrono_literals;
+    // An online sign-in brings the secret; then the service is stopped, and another needs it.
     OnlineRig rig;
-    rig.showRealPage();
-    rig.set("sendNTLM", 0);
-    rig.service().addUser(thisUser(), "12345678901234567890"); // kSecret, decoded
-    const auto typeOnPage = [&](int codes) {
-        rig.display().press("ctrl+a");
-        rig.display().type(appCode());
-        return rig.service().waitForRequest("/signin/code", 2s, codes);
-    };
-    const QString page = "[Verbose 1] Invoke updateWebView, url: ";
+    rig.usesApp();
+    const Outcome online = rig.play({rig.typeOnPage(1)});
+    QCOMPARE(online.lastVerdict(), QString("granted: User allowed by Korvex server"));
+    QVERIFY(online.log.contains("Received new secret, update status: 1"));
+    rig.service().stop();
+    const Outcome offline = rig.play({rig.type(kShown, appCode())});
+    QCOMPARE(offline.lastVerdict(), kGranted);
+}
+
+void TestOfflineSignIn::oneProcess()
+{
+    // The screen before the web engine and after it.
+    OnlineRig rig;
+    rig.usesApp();
+    QVERIFY(rig.storeSecret());
+    rig.failProbe();
     const Outcome outcome =
-        rig.play({{page,
+        rig.play({{kShown, [&] { return rig.display().type(appCode()), true; }},
+                  {kPage,
                    [&] {
-                       rig.service().setBehaviour(
-                           "/", {.kind = mfa_service::Behaviour::Kind::Status500, .times = 1});
-                       return typeOnPage(1);
+                       rig.failProbe();
+                       return rig.typeOnPage(1).act();
                    }},
-                  {kShown, [&] { return rig.display().type(appCode()), true; }},
-                  {page, [&] { return typeOnPage(2); }}},
+                  {kShown, [&] { return rig.display().type(appCode()), true; }}},
                  3);
     QCOMPARE(outcome.verdicts, QVector<int>({1, 1, 1}));
     QCOMPARE(outcome.log.filter("User access"),
-             QStringList({"User access granted, reason: User allowed by Korvex server",
-                          "User access granted, reason: Correct code for Offline Mode!",
-                          "User access granted, reason: User allowed by Korvex server"}));
+             QStringList({"User access granted, reason: Correct code for Offline Mode!",
+                          "User access granted, reason: User allowed by Korvex server",
+                          "User access granted, reason: Correct code for Offline Mode!"}));
 }
 
 void TestOfflineSignIn::languageByKeyboard()
