@@ -2,6 +2,7 @@
 
 #include "pcsc_names.h"
 
+#include <algorithm>
 #include <array>
 #include <string>
 
