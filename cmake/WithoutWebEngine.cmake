@@ -25,6 +25,7 @@ function(korvex_link_without_web_engine target)
             "${CMAKE_NM}" "${KORVEX_DLLTOOL}"
             "${CMAKE_CURRENT_BINARY_DIR}/libweb_engine_names.a" "$<TARGET_OBJECTS:${target}>"
         COMMAND_EXPAND_LISTS VERBATIM)
-    # Named as options, since it comes into being with the link itself.
-    target_link_libraries(${target} PRIVATE "-L${CMAKE_CURRENT_BINARY_DIR}" -lweb_engine_names)
+    # Named as an option, since it comes into being with the link itself.
+    target_link_directories(${target} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}")
+    target_link_libraries(${target} PRIVATE -lweb_engine_names)
 endfunction()
