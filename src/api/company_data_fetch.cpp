@@ -32,7 +32,7 @@ struct Branding
 
 std::expected<Logo, QString> fetchLogo(const QString& address)
 {
-    const auto bytes = KorvexRestAPIClient::get(address);
+    const auto bytes = KorvexRestAPIClient::get(address, kMaxLogoSize);
     if (!bytes)
         return std::unexpected(QStringLiteral("the logo cannot be fetched: ") + address);
     const QByteArray format = logoFormat(*bytes);

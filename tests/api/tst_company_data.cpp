@@ -147,11 +147,15 @@ void TestCompanyData::refused_data()
           "http://", "http://127.0.0.1:1"})
         answer(address, with("companyLogo", address), "the logo cannot be fetched: ");
 
-    const auto picture = [](const char* name, const QByteArray& logo) {
-        QTest::newRow(name) << with("companyLogo", "LOGO") << logo << QString() << Kind::Normal
-                            << "the logo is no PNG or JPEG of at most 1 MiB and 2048 x 2048 pixels";
-    };
-    picture("too large", image("png", 1).leftJustified(kMiB + 1, '\0'));
+    const auto picture =
+        [](const char* name, const QByteArray& logo,
+           const char* reason =
+               "the logo is no PNG or JPEG of at most 1 MiB and 2048 x 2048 pixels") {
+            QTest::newRow(name) << with("companyLogo", "LOGO") << logo << QString() << Kind::Normal
+                                << reason;
+        };
+    picture("too large", image("png", 1).leftJustified(kMiB + 1, '\0'),
+            "the logo cannot be fetched: ");
     picture("too wide", image("png", 2049));
     picture("cut off", image("png", 100).chopped(30));
     picture("another format", image("bmp", 9));
