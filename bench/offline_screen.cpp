@@ -7,7 +7,7 @@
 #include "comparison.h"
 #include "core/settings.h"
 #include "core/user_registry_data.h"
-#include "offline_mode/offline_secret.h"
+#include "otp/offline_secret.h"
 #include "platform/paths.h"
 #include "temporary_root.h"
 

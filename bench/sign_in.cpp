@@ -7,12 +7,12 @@
 //
 // Usage: bench_sign_in [PAIRS]
 
-#include "api/rest_client.h"
 #include "comparison.h"
 #include "core/settings.h"
 #include "mfa_service/mfa_service.h"
 #include "platform/paths.h"
 #include "public_services/public_services.h"
+#include "rest/rest_client.h"
 #include "temporary_root.h"
 
 #include <QCoreApplication>

@@ -4,11 +4,11 @@
 #include "core/logon_input.h"
 #include "core/settings.h"
 #include "core/user_registry_data.h"
-#include "offline_mode/attempt_limiter.h"
-#include "offline_mode/key_provider.h"
-#include "offline_mode/offline_secret.h"
-#include "offline_mode/recovery_code_controller.h"
-#include "offline_mode/totp_provider.h"
+#include "otp/attempt_limiter.h"
+#include "otp/key_provider.h"
+#include "otp/offline_secret.h"
+#include "otp/recovery_code_controller.h"
+#include "otp/totp_provider.h"
 #include "temporary_root.h"
 
 #include <QJsonDocument>

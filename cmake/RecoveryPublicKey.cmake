@@ -2,8 +2,8 @@
 
 # korvex_add_recovery_public_key(TARGET): adds the source that holds the key to the target.
 function(korvex_add_recovery_public_key target)
-    set(development_key "${PROJECT_SOURCE_DIR}/src/offline_mode/development_recovery_key.pem")
-    set(template "${PROJECT_SOURCE_DIR}/src/offline_mode/recovery_public_key.cpp.in")
+    set(development_key "${PROJECT_SOURCE_DIR}/src/otp/development_recovery_key.pem")
+    set(template "${PROJECT_SOURCE_DIR}/src/otp/recovery_public_key.cpp.in")
     set(source "${CMAKE_CURRENT_BINARY_DIR}/recovery_public_key.cpp")
     if(NOT EXISTS "${KORVEX_RECOVERY_PUBLIC_KEY}")
         message(FATAL_ERROR

@@ -1,4 +1,4 @@
-#include "offline_mode/base32.h"
+#include "otp/base32.h"
 
 #include "input.h"
 

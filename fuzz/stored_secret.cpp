@@ -1,5 +1,5 @@
 #include "core/base64.h"
-#include "offline_mode/offline_secret.h"
+#include "otp/offline_secret.h"
 
 #include "input.h"
 

@@ -1,11 +1,11 @@
 #include "api/company_data_fetch.h"
 
 #include "api/company_data.h"
-#include "api/rest_client.h"
-#include "api/verdict.h"
 #include "core/log.h"
 #include "core/logo_image.h"
+#include "core/verdict.h"
 #include "platform/paths.h"
+#include "rest/rest_client.h"
 
 #include <QDir>
 #include <QJsonDocument>

@@ -1,14 +1,14 @@
 #include "api/connectivity.h"
 
-#include "api/rest_client.h"
-#include "api/verdict.h"
 #include "core/log.h"
 #include "core/message_box.h"
 #include "core/secret.h"
 #include "core/settings.h"
 #include "core/user_registry_data.h"
+#include "core/verdict.h"
 #include "offline_mode/offline_mode_controller.h"
-#include "offline_mode/offline_secret.h"
+#include "otp/offline_secret.h"
+#include "rest/rest_client.h"
 
 namespace korvex {
 

@@ -3,8 +3,6 @@
 #include "api/company_data_fetch.h"
 #include "api/connectivity.h"
 #include "api/error_policy.h"
-#include "api/service_settings.h"
-#include "api/verdict.h"
 #include "context/ip_address.h"
 #include "core/log.h"
 #include "core/message_box.h"
@@ -12,9 +10,11 @@
 #include "core/secret.h"
 #include "core/settings.h"
 #include "core/user_registry_data.h"
+#include "core/verdict.h"
 #include "core/version.h"
-#include "offline_mode/offline_secret.h"
-#include "offline_mode/otp_manager.h"
+#include "otp/offline_secret.h"
+#include "otp/otp_manager.h"
+#include "rest/service_settings.h"
 
 #include <QSysInfo>
 #include <openssl/sha.h>

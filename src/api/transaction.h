@@ -1,7 +1,7 @@
 #pragma once
 
-#include "api/rest_client.h"
 #include "context/identity.h"
+#include "rest/rest_client.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,9 +1,9 @@
 #include "context/identity.h"
 
-#include "api/verdict.h"
 #include "core/account_sid.h"
 #include "core/log.h"
 #include "core/settings.h"
+#include "core/verdict.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,7 +1,7 @@
 #include "context/public_address.h"
 
-#include "api/rest_client.h"
 #include "context/ip_address.h"
+#include "rest/rest_client.h"
 
 #include <QJsonDocument>
 #include <QVariant>

@@ -1,9 +1,9 @@
 #include "entry/sign_in.h"
 
-#include "api/verdict.h"
 #include "core/log.h"
 #include "core/logon_input.h"
 #include "core/user_folder.h"
+#include "core/verdict.h"
 #include "entry/application.h"
 #include "entry/language.h"
 #include "offline_mode/offline_mode_controller.h"

@@ -1,7 +1,7 @@
 #include "offline_mode/exit_handler.h"
 
-#include "api/verdict.h"
 #include "core/log.h"
+#include "core/verdict.h"
 #include "offline_mode/screen_result.h"
 #include "platform/process.h"
 

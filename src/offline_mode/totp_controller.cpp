@@ -4,9 +4,9 @@
 #include "core/settings.h"
 #include "core/user_registry_data.h"
 #include "offline_mode/custom_tools.h"
-#include "offline_mode/key_provider.h"
 #include "offline_mode/screen_result.h"
-#include "offline_mode/totp_provider.h"
+#include "otp/key_provider.h"
+#include "otp/totp_provider.h"
 
 #include <algorithm>
 #include <limits>

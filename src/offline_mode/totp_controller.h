@@ -1,8 +1,8 @@
 #pragma once
 
-#include "offline_mode/attempt_limiter.h"
 #include "offline_mode/otp_validate_result.h"
-#include "offline_mode/recovery_code_controller.h"
+#include "otp/attempt_limiter.h"
+#include "otp/recovery_code_controller.h"
 
 #include <QObject>
 #include <QTimer>

@@ -1,7 +1,7 @@
-#include "api/raw_server.h"
-#include "api/service_state.h"
 #include "api/transaction.h"
 #include "platform/paths.h"
+#include "rest/raw_server.h"
+#include "rest/service_state.h"
 
 #include <QBuffer>
 #include <QDir>

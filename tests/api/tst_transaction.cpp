@@ -1,10 +1,10 @@
-#include "api/service_state.h"
 #include "api/transaction.h"
 #include "core/logon_input.h"
 #include "core/openssl_program.h"
 #include "core/sealed_envelope.h"
 #include "core/user_registry_data.h"
-#include "offline_mode/offline_secret.h"
+#include "otp/offline_secret.h"
+#include "rest/service_state.h"
 
 #include <QElapsedTimer>
 #include <QNetworkAccessManager>

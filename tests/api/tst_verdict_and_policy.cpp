@@ -1,7 +1,7 @@
 #include "api/connectivity.h"
 #include "api/error_policy.h"
-#include "api/service_state.h"
 #include "api/transaction.h"
+#include "rest/service_state.h"
 
 #include <QElapsedTimer>
 #include <QtTest>

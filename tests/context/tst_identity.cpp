@@ -1,6 +1,6 @@
-#include "api/verdict.h"
 #include "context/identity.h"
 #include "core/process_state.h"
+#include "core/verdict.h"
 
 #include <QJsonObject>
 #include <QtTest>

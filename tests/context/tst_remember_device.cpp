@@ -1,8 +1,8 @@
-#include "api/raw_server.h"
 #include "context/remember_device.h"
 #include "core/process_state.h"
 #include "core/user_folder.h"
 #include "platform/accounts.h"
+#include "rest/raw_server.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -8,6 +8,7 @@
 #include <QTest>
 #include <fcntl.h>
 
+using korvex::test::contentOf;
 using korvex::test::Outcome;
 using korvex::test::SignInRig;
 
@@ -15,12 +16,6 @@ namespace {
 
 const QString kNoUser = QStringLiteral("denied: Invalid transaction fields");
 const QString kGranted = QStringLiteral("granted: User allowed by Korvex server");
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 bool write(const QString& path, const QByteArray& content)
 {

@@ -2,15 +2,14 @@
 #include "core/settings.h"
 #include "core/user_registry_data.h"
 #include "end_to_end/sign_in_rig.h"
-#include "offline_mode/offline_secret.h"
+#include "otp/offline_secret.h"
 
 #include <QTest>
 #include <optional>
-#include <pwd.h>
-#include <unistd.h>
 
 using korvex::mfa_service::Behaviour;
 using korvex::mfa_service::MfaService;
+using korvex::test::knownAccount;
 using korvex::test::Outcome;
 using korvex::test::SignInRig;
 
@@ -59,9 +58,7 @@ void TestConnectivity::unreachable()
     QFETCH(int, boxes);
     SignInRig rig;
     rig.service().stop();
-    const passwd* const account = ::getpwuid(::getuid());
-    QVERIFY(account);
-    const QString user = QString::fromLocal8Bit(account->pw_name);
+    const QString user = knownAccount();
     if (offlineAuth) {
         const korvex::platform::RegistryKey userKey(korvex::dataKey().path() + QLatin1Char('\\') +
                                                     korvex::sidOf(user));

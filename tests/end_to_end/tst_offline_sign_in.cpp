@@ -2,14 +2,13 @@
 #include "core/settings.h"
 #include "core/user_registry_data.h"
 #include "end_to_end/sign_in_rig.h"
-#include "offline_mode/offline_secret.h"
+#include "otp/offline_secret.h"
 
 #include <QFile>
 #include <QTest>
-#include <pwd.h>
-#include <unistd.h>
 
 using namespace korvex;
+using test::knownAccount;
 using test::Outcome;
 
 namespace {
@@ -21,12 +20,6 @@ const QString kShown = QStringLiteral("Offline mode prompt initialized");
 const QString kPage = QStringLiteral("[Verbose 1] Invoke updateWebView, url: ");
 const QString kRefused = QStringLiteral("Code verification failed!");
 const QString kGranted = QStringLiteral("granted: Correct code for Offline Mode!");
-
-QString thisUser()
-{
-    const passwd* const account = ::getpwuid(::getuid());
-    return account ? QString::fromLocal8Bit(account->pw_name) : QString();
-}
 
 /// What the user's authenticator app shows, some seconds from now.
 QString appCode(int later = 0)
@@ -75,7 +68,7 @@ public:
     {
         showRealPage();
         set("sendNTLM", 0);
-        service().addUser(thisUser(), "12345678901234567890"); // kSecret, decoded
+        service().addUser(knownAccount(), "12345678901234567890"); // kSecret, decoded
     }
     /// The `count`-th code that is typed on that page.
     Step typeOnPage(int count)
@@ -99,7 +92,7 @@ public:
 
     Outcome play(const QVector<Step>& steps, int signIns = 1)
     {
-        const QString json = QStringLiteral("{\"user\":\"%1\",\"ip\":\"\"}").arg(thisUser());
+        const QString json = QStringLiteral("{\"user\":\"%1\",\"ip\":\"\"}").arg(knownAccount());
         int step = 0;
         int from = 0;
         return run(QVector<QString>(signIns, json).toList(), [&] {
@@ -120,7 +113,7 @@ protected:
         return after == kShown ? display().topWindowHasKeyboard() : display().hasVisibleWindow();
     }
 
-    const UserRegistryData m_data{thisUser()};
+    const UserRegistryData m_data{knownAccount()};
 };
 
 /// The same, when the user has an offline secret and the service does not answer.

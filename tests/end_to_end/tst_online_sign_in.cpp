@@ -9,9 +9,8 @@
 #include <QJsonObject>
 #include <QTest>
 #include <algorithm>
-#include <pwd.h>
-#include <unistd.h>
 
+using korvex::test::knownAccount;
 using korvex::test::Outcome;
 using korvex::test::SignInRig;
 
@@ -99,9 +98,7 @@ void TestOnlineSignIn::personTypesTheCode()
 void TestOnlineSignIn::remoteSignIn()
 {
     SignInRig rig;
-    const passwd* const account = ::getpwuid(::getuid());
-    QVERIFY(account);
-    const QString user = QString::fromLocal8Bit(account->pw_name);
+    const QString user = knownAccount();
     const Outcome outcome =
         rig.run({QStringLiteral("{\"user\":\"%1\",\"ip\":\"10.0.0.5\"}").arg(user)});
     QCOMPARE(outcome.verdicts, QVector<int>{1});

@@ -1,18 +1,18 @@
 #include "api/connectivity.h"
-#include "api/rest_client.h"
-#include "api/verdict.h"
 #include "core/process_state.h"
 #include "core/user_registry_data.h"
+#include "core/verdict.h"
 #include "offline_mode/custom_tools.h"
 #include "offline_mode/exit_handler.h"
 #include "offline_mode/file_validator.h"
 #include "offline_mode/internationalization_controller.h"
 #include "offline_mode/offline_mode_controller.h"
-#include "offline_mode/offline_secret.h"
 #include "offline_mode/screen_result.h"
 #include "offline_mode/totp_controller.h"
 #include "offline_mode/totp_method_data_provider.h"
 #include "offline_mode/totp_text_provider.h"
+#include "otp/offline_secret.h"
+#include "rest/rest_client.h"
 
 #include <QApplication>
 #include <QDeadlineTimer>

@@ -11,17 +11,12 @@
 #include <thread>
 
 using korvex::platform::RegistryKey;
+using korvex::test::contentOf;
 using korvex::test::FaultRecorder;
 
 namespace {
 
 const QString kPath = QStringLiteral("HKEY_LOCAL_MACHINE\\SOFTWARE\\Test");
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 bool write(const QString& path, const QByteArray& content)
 {

@@ -25,7 +25,7 @@ private:
     QString m_place;
 };
 
-/// An account that this machine has (Windows: the one that runs the test; Linux: root).
+/// The account that runs the test.
 QString knownAccount();
 
 } // namespace korvex::test

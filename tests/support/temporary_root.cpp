@@ -29,4 +29,18 @@ QStringList TemporaryRoot::logMessages() const
     return lines;
 }
 
+QStringList TemporaryRoot::takeLog()
+{
+    const QStringList all = logMessages();
+    const QStringList fresh = all.mid(m_taken);
+    m_taken = all.size();
+    return fresh;
+}
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 } // namespace korvex::test

@@ -2,6 +2,7 @@
 
 #include "support/scratch_system.h"
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -20,10 +21,16 @@ public:
     QString logPath() const;
     /// The lines of the log, without their prefix "[...] [KorvexLogin ...] [...] ".
     QStringList logMessages() const;
+    /// The messages that were logged since the last call.
+    QStringList takeLog();
 
 private:
+    int m_taken = 0;
     QTemporaryDir m_directory;
     ScratchSystem m_system{m_directory.path()};
 };
+
+/// The bytes of a file; none for a file that cannot be read.
+QByteArray contentOf(const QString& path);
 
 } // namespace korvex::test

@@ -1,6 +1,8 @@
 #include "support/scratch_system.h"
 
 #include <QFile>
+#include <pwd.h>
+#include <unistd.h>
 
 namespace korvex::test {
 
@@ -26,7 +28,10 @@ void ScratchSystem::emptyRegistry()
 
 QString knownAccount()
 {
-    return QStringLiteral("root");
+    const passwd* const account = ::getpwuid(::getuid());
+    if (!account)
+        qFatal("the account that runs the test has no name");
+    return QString::fromLocal8Bit(account->pw_name);
 }
 
 } // namespace korvex::test

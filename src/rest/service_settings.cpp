@@ -1,4 +1,4 @@
-#include "api/service_settings.h"
+#include "rest/service_settings.h"
 
 #include "core/settings.h"
 

@@ -1,4 +1,4 @@
-#include "offline_mode/offline_secret.h"
+#include "otp/offline_secret.h"
 
 #include "core/base64.h"
 #include "core/log.h"

@@ -1,4 +1,4 @@
-#include "offline_mode/recovery_code_controller.h"
+#include "otp/recovery_code_controller.h"
 
 #include "core/base64.h"
 #include "core/log.h"

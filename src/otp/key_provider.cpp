@@ -1,8 +1,8 @@
-#include "offline_mode/key_provider.h"
+#include "otp/key_provider.h"
 
 #include "core/secret.h"
-#include "offline_mode/base32.h"
-#include "offline_mode/offline_secret.h"
+#include "otp/base32.h"
+#include "otp/offline_secret.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "offline_mode/attempt_limiter.h"
+#include "otp/attempt_limiter.h"
 
 #include "core/settings.h"
 

@@ -1,6 +1,6 @@
 #include "core/openssl_program.h"
 #include "core/process_state.h"
-#include "offline_mode/recovery_code_controller.h"
+#include "otp/recovery_code_controller.h"
 
 #include <QtTest>
 #include <tuple>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "api/verdict.h"
 #include "core/log.h"
 #include "core/settings.h"
+#include "core/verdict.h"
 #include "mfa_service/mfa_service.h"
 #include "support/temporary_root.h"
 
@@ -59,19 +59,12 @@ public:
     }
 
     /// The messages logged since the last call.
-    QStringList takeLog()
-    {
-        const QStringList all = m_root.logMessages();
-        const QStringList fresh = all.mid(m_taken);
-        m_taken = all.size();
-        return fresh;
-    }
+    QStringList takeLog() { return m_root.takeLog(); }
 
     bool secretWasLogged() const { return !m_root.logMessages().filter(kSecretKey).isEmpty(); }
 
 private:
     TemporaryRoot m_root;
-    int m_taken = 0;
     std::optional<mfa_service::MfaService> m_service;
 };
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "offline_mode/one_time_password.h"
+#include "otp/one_time_password.h"
 
 namespace korvex::otp {
 

@@ -1,9 +1,9 @@
 #include "core/process_state.h"
 #include "core/user_registry_data.h"
-#include "offline_mode/key_provider.h"
-#include "offline_mode/offline_secret.h"
-#include "offline_mode/otp_manager.h"
-#include "offline_mode/totp_provider.h"
+#include "otp/key_provider.h"
+#include "otp/offline_secret.h"
+#include "otp/otp_manager.h"
+#include "otp/totp_provider.h"
 
 #include <QJsonObject>
 #include <QtTest>

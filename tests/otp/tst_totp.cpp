@@ -1,8 +1,8 @@
 #include "core/process_state.h"
-#include "offline_mode/attempt_limiter.h"
-#include "offline_mode/base32.h"
-#include "offline_mode/key_provider.h"
-#include "offline_mode/totp_provider.h"
+#include "otp/attempt_limiter.h"
+#include "otp/base32.h"
+#include "otp/key_provider.h"
+#include "otp/totp_provider.h"
 
 #include <QProcess>
 #include <QRandomGenerator>

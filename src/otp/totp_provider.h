@@ -1,7 +1,7 @@
 #pragma once
 
-#include "offline_mode/base_provider.h"
-#include "offline_mode/one_time_password.h"
+#include "otp/base_provider.h"
+#include "otp/one_time_password.h"
 
 #include <QString>
 #include <QVector>

@@ -1,4 +1,4 @@
-#include "api/service_envelope.h"
+#include "rest/service_envelope.h"
 
 #include "core/log.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/error.h"
-#include "offline_mode/recovery_public_key.h"
+#include "otp/recovery_public_key.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,10 +1,10 @@
-#include "api/rest_client.h"
+#include "rest/rest_client.h"
 
-#include "api/service_envelope.h"
-#include "api/service_settings.h"
 #include "core/log.h"
 #include "core/secret.h"
 #include "core/settings.h"
+#include "rest/service_envelope.h"
+#include "rest/service_settings.h"
 
 #include <QEventLoop>
 #include <QMessageAuthenticationCode>

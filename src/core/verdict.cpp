@@ -1,4 +1,4 @@
-#include "api/verdict.h"
+#include "core/verdict.h"
 
 #include "core/log.h"
 

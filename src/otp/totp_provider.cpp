@@ -1,8 +1,8 @@
-#include "offline_mode/totp_provider.h"
+#include "otp/totp_provider.h"
 
 #include "core/log.h"
 #include "core/secret.h"
-#include "offline_mode/key_provider.h"
+#include "otp/key_provider.h"
 
 #include <QtEndian>
 #include <algorithm>

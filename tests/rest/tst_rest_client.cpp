@@ -1,10 +1,10 @@
-#include "api/raw_server.h"
-#include "api/rest_client.h"
-#include "api/service_envelope.h"
-#include "api/service_settings.h"
-#include "api/service_state.h"
 #include "core/openssl_program.h"
 #include "mfa_service/contract.h"
+#include "rest/raw_server.h"
+#include "rest/rest_client.h"
+#include "rest/service_envelope.h"
+#include "rest/service_settings.h"
+#include "rest/service_state.h"
 
 #include <QElapsedTimer>
 #include <QtTest>

@@ -1,5 +1,5 @@
-#include "api/rest_client.h"
-#include "api/service_state.h"
+#include "rest/rest_client.h"
+#include "rest/service_state.h"
 
 #include <QSslCertificate>
 #include <QSslConfiguration>

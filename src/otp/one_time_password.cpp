@@ -1,4 +1,4 @@
-#include "offline_mode/one_time_password.h"
+#include "otp/one_time_password.h"
 
 #include <array>
 #include <chrono>

@@ -1,6 +1,6 @@
-#include "offline_mode/otp_manager.h"
+#include "otp/otp_manager.h"
 
-#include "offline_mode/offline_secret.h"
+#include "otp/offline_secret.h"
 
 #include <utility>
 
