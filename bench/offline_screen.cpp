@@ -5,6 +5,8 @@
 // Usage: bench_offline_screen [PAIRS]
 
 #include "comparison.h"
+#include "core/account_sid.h"
+#include "core/logon_input.h"
 #include "core/settings.h"
 #include "core/user_registry_data.h"
 #include "otp/offline_secret.h"
@@ -91,7 +93,8 @@ void prepareRegistry()
     korvex::mainKey().writeString(QStringLiteral("SecretKey"), QStringLiteral("bench-secret-key"));
     korvex::mainKey().writeString(QStringLiteral("korvexApiServer"),
                                   QStringLiteral("http://127.0.0.1:1"));
-    const korvex::UserRegistryData data(thisUser());
+    const QString user = thisUser();
+    const korvex::UserRegistryData data({.user = user, .sid = korvex::sidOf(user)});
     if (!data.key() || !data.key()->writeBool(QStringLiteral("OfflineAuth"), true) ||
         !korvex::otp::storeOtpSecret(&data, "GEZDGNBVGY3TQOJQGEZDGNBVGY3TQOJQ"))
         throw std::runtime_error("cannot prepare the user's data");

@@ -1,9 +1,8 @@
 // Checking a one-time code, beside the HMACs that it takes straight on libcrypto.
 
 #include "comparison.h"
-#include "core/logon_input.h"
+#include "core/current_sign_in.h"
 #include "core/settings.h"
-#include "core/user_registry_data.h"
 #include "otp/attempt_limiter.h"
 #include "otp/key_provider.h"
 #include "otp/offline_secret.h"
@@ -11,8 +10,6 @@
 #include "otp/totp_provider.h"
 #include "temporary_root.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <array>
 #include <cstdio>
 #include <fcntl.h>
@@ -85,7 +82,7 @@ int main()
     const bool met = report(compareCalls("verifyAt, key in memory", check, threeHmacs), kTarget);
 
     // As the screen does it, from the attempt limiter to the recovery code.
-    beginSignIn(QJsonDocument(QJsonObject{{QStringLiteral("user"), QStringLiteral("root")}}));
+    beginSignIn({.user = QStringLiteral("root")});
     const RecoveryCodeController recovery;
     if (!mainKey().writeString(QStringLiteral("SecretKey"), QStringLiteral("bench-key")) ||
         !otp::storeOtpSecret(userRegistryData().get(), kSecret) || !recovery.regenCode())

@@ -91,7 +91,7 @@ std::expected<void, QString> store(Branding branding)
             return std::unexpected(QStringLiteral("the logo cannot be written"));
         branding.texts[Setting::CompanyLogo] = path;
     }
-    const auto nameOf = [](Setting setting) { return settingCatalogue().at(setting).name; };
+    const auto nameOf = [](Setting setting) { return definitionOf(setting).name; };
     for (const auto& [setting, text] : branding.texts)
         if (!dataKey().writeString(nameOf(setting), text))
             return std::unexpected(QStringLiteral("the registry cannot be written"));

@@ -1,10 +1,10 @@
 #include "api/connectivity.h"
 
+#include "core/current_sign_in.h"
 #include "core/log.h"
 #include "core/message_box.h"
 #include "core/secret.h"
 #include "core/settings.h"
-#include "core/user_registry_data.h"
 #include "core/verdict.h"
 #include "offline_mode/offline_mode_controller.h"
 #include "otp/offline_secret.h"

@@ -4,12 +4,12 @@
 #include "api/connectivity.h"
 #include "api/error_policy.h"
 #include "context/ip_address.h"
+#include "core/current_sign_in.h"
 #include "core/log.h"
 #include "core/message_box.h"
 #include "core/sealed_envelope.h"
 #include "core/secret.h"
 #include "core/settings.h"
-#include "core/user_registry_data.h"
 #include "core/verdict.h"
 #include "core/version.h"
 #include "otp/offline_secret.h"
@@ -53,40 +53,39 @@ void keepNewSecret(const QString& sealed)
 
 } // namespace
 
-Transaction::Transaction(const QJsonDocument& input, IdentityResolver resolver)
-    : m_input(input)
+Transaction::Transaction(LogonInput input, IdentityResolver resolver)
+    : m_input(std::move(input))
     , m_resolver(std::move(resolver))
 {}
 
-int Transaction::start()
+void Transaction::start()
 {
-    setupAccessParams(m_input);
-    if (!validateFields())
-        return 0;
-    if (!Connectivity::checkConnection(m_client))
-        return 0;
+    setupAccessParams();
+    if (!validateFields() || !Connectivity::checkConnection(m_client))
+        return;
     emit serviceReachable();
 
     fetchCompanyDataOnce(m_client, m_systemToken);
     if (verdictGiven())
-        return 0;
+        return;
 
     const QJsonDocument body = buildPostData(PostType::Init);
     if (body.isEmpty())
-        return 0;
+        return;
     const auto result = m_client.post(QStringLiteral("/api/transaction/init"), body);
     if (verdictGiven())
-        return 0;
-    if (!result)
-        return handlePostError(result.error());
-    return openWebPage(*result);
+        return;
+    if (result)
+        openWebPage(*result);
+    else
+        handlePostError(result.error());
 }
 
-void Transaction::setupAccessParams(const QJsonDocument& input)
+void Transaction::setupAccessParams()
 {
     m_apiServer = apiServer();
     m_systemToken = readString(Setting::SystemToken);
-    m_identity = m_resolver.resolve(input);
+    m_identity = m_resolver.resolve(m_input);
 }
 
 bool Transaction::validateFields() const
@@ -109,8 +108,7 @@ QJsonDocument Transaction::buildPostData(PostType type, const QString& accessTok
 {
     switch (type) {
     case PostType::Init: {
-        const QString name = nameToSend();
-        if (verdictGiven())
+        if (!chooseName())
             return {};
         QJsonObject params{
             {QStringLiteral("appVer"), QLatin1String(kVersion)},
@@ -121,10 +119,10 @@ QJsonDocument Transaction::buildPostData(PostType type, const QString& accessTok
         if (!m_identity.ip.isEmpty())
             params.insert(QStringLiteral("userIP"), m_identity.ip);
         logger().log(0, QStringLiteral("Init step: URL: %1, systemToken: %2, username: %3")
-                            .arg(m_apiServer, m_systemToken, name));
+                            .arg(m_apiServer, m_systemToken, m_name));
         return QJsonDocument(QJsonObject{
             {QStringLiteral("systemToken"), m_systemToken},
-            {QStringLiteral("username"), name},
+            {QStringLiteral("username"), m_name},
             {QStringLiteral("params"), params},
         });
     }
@@ -138,63 +136,80 @@ QJsonDocument Transaction::buildPostData(PostType type, const QString& accessTok
     return {};
 }
 
-int Transaction::openWebPage(const QJsonObject& result)
+bool Transaction::chooseName()
+{
+    const auto name = IdentityResolver::nameToSend(m_identity);
+    if (name) {
+        m_name = *name;
+        return true;
+    }
+    if (failModeIsBypass())
+        grant(QStringLiteral("Could not retrieve correct UPN! FailMode bypass."));
+    else
+        deny(QStringLiteral("Could not retrieve correct UPN!"));
+    return false;
+}
+
+void Transaction::openWebPage(const QJsonObject& result)
 {
     const QString address = text(result, QStringLiteral("webURI"));
     if (address.isEmpty()) {
         logger().logError(QStringLiteral("Web URI not received"));
-        return handlePostError({ErrorCode::UnknownServiceError, {}});
+        handlePostError({ErrorCode::UnknownServiceError, {}});
+        return;
     }
     const QUrl url(address);
     const bool isWebAddress =
         url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http");
     if (!isWebAddress || url.host().isEmpty()) {
-        // The window would stay hidden for ever behind what it cannot load.
+        // The engine reports nothing for an address that it does not load, so the window would
+        // never be shown.
         logger().logError(QStringLiteral("Web URI is no web address: ") + address);
-        return handlePostError({ErrorCode::UnknownServiceError, {}});
+        handlePostError({ErrorCode::UnknownServiceError, {}});
+        return;
     }
     logger().log(2, QStringLiteral("Show web page, URL: ") + address);
     m_waitingForPage = true;
     emit showWebPage(url);
-    return 1;
 }
 
-int Transaction::credentials(const QString& accessToken)
+void Transaction::credentials(const QString& accessToken)
 {
     // A page may set its title more than once; the second token would cross the first request.
     if (!std::exchange(m_waitingForPage, false) || verdictGiven()) {
         logger().log(1, QStringLiteral("Transaction does not wait for a token, token ignored"));
-        return 0;
+        return;
     }
     const QJsonDocument body = buildPostData(PostType::Credential, accessToken);
-    if (body.isEmpty())
-        return 0;
     const auto result = m_client.post(QStringLiteral("/api/transaction/credentials"), body);
     if (verdictGiven())
-        return 0;
-    if (!result)
-        return handlePostError(result.error());
-    return judgeCredentials(*result);
+        return;
+    if (result)
+        judgeCredentials(*result);
+    else
+        handlePostError(result.error());
 }
 
-int Transaction::judgeCredentials(const QJsonObject& result)
+void Transaction::judgeCredentials(const QJsonObject& result)
 {
     const QString tokenMember = QStringLiteral("systemToken");
     const QString nameMember = QStringLiteral("username");
     if (!result.contains(tokenMember) || !result.contains(nameMember)) {
         logger().logError(QStringLiteral("Invalid credentials response data"));
-        return handlePostError({ErrorCode::UnknownServiceError, {}});
+        handlePostError({ErrorCode::UnknownServiceError, {}});
+        return;
     }
     const QString systemToken = text(result, tokenMember);
     const QString name = text(result, nameMember);
-    if (systemToken != m_systemToken || name != nameToSend()) {
+    if (systemToken != m_systemToken || name != m_name) {
         logger().logWarning(0, QStringLiteral("Invalid authentication data! User: %1, Token: %2")
                                    .arg(name, systemToken));
-        return deny(QStringLiteral("Authentication data does not match"));
+        deny(QStringLiteral("Authentication data does not match"));
+        return;
     }
     if (const QString sealed = text(result, QStringLiteral("erpsk")); !sealed.isEmpty())
         keepNewSecret(sealed);
-    return grant(QStringLiteral("User allowed by Korvex server"));
+    grant(QStringLiteral("User allowed by Korvex server"));
 }
 
 bool Transaction::handlePostError(const KorvexError<ErrorCode>& error)
@@ -207,13 +222,6 @@ bool Transaction::handlePostError(const KorvexError<ErrorCode>& error)
         showMessageBox(tr(policy.messageBox));
     const QString reason = QString::fromLatin1(policy.reason);
     return policy.granted ? grant(reason) : deny(reason);
-}
-
-const QString& Transaction::nameToSend()
-{
-    if (!m_name)
-        m_name = m_resolver.nameToSend(m_identity);
-    return *m_name;
 }
 
 } // namespace korvex

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "context/identity.h"
+#include "core/logon_input.h"
 #include "rest/rest_client.h"
 
 #include <QJsonDocument>
@@ -8,7 +9,6 @@
 #include <QObject>
 #include <QString>
 #include <QUrl>
-#include <optional>
 
 namespace korvex {
 
@@ -24,19 +24,17 @@ public:
     enum class PostType { Init, Credential };
 
     /// Sends nothing yet. `resolver` answers who signs in.
-    explicit Transaction(const QJsonDocument& input,
-                         IdentityResolver resolver = IdentityResolver());
+    explicit Transaction(LogonInput input, IdentityResolver resolver = IdentityResolver());
 
-    /// The opening sequence, up to showWebPage(). 1 when the page was asked for, else the verdict
-    /// that ended the sequence (1 granted, 0 denied or none).
-    int start();
+    /// The opening sequence, up to showWebPage(), a verdict or the offline screen.
+    void start();
 
-    /// The closing sequence, with the token that the page produced. Only a transaction that waits
-    /// for its page takes a token, and only one. Returns the verdict: 1 granted, 0 denied.
-    int credentials(const QString& accessToken);
+    /// The closing sequence, with the token that the page produced, to its verdict. Only a
+    /// transaction that waits for its page takes a token, and only one.
+    void credentials(const QString& accessToken);
 
     /// The body of a request; empty when there is none to send: for an unknown type, which denies,
-    /// and when working out the name gave the verdict.
+    /// and for a name that cannot be sent, which FailMode has judged.
     QJsonDocument buildPostData(PostType type, const QString& accessToken = {});
 
     /// Turns a failed request into a verdict; true for granted.
@@ -49,19 +47,19 @@ signals:
     void showWebPage(QUrl url);
 
 private:
-    void setupAccessParams(const QJsonDocument& input);
+    void setupAccessParams();
     bool validateFields() const;
-    int openWebPage(const QJsonObject& result);
-    int judgeCredentials(const QJsonObject& result);
-    const QString& nameToSend();
+    bool chooseName();
+    void openWebPage(const QJsonObject& result);
+    void judgeCredentials(const QJsonObject& result);
 
-    QJsonDocument m_input;
+    LogonInput m_input;
     IdentityResolver m_resolver;
     KorvexRestAPIClient m_client; ///< one for the transaction's life, so its connection is reused
     Identity m_identity;
     QString m_apiServer;
     QString m_systemToken;
-    std::optional<QString> m_name; ///< worked out once: the answer is compared with what was sent
+    QString m_name; ///< as sent: the closing answer is compared with it
     bool m_waitingForPage = false;
 };
 

@@ -1,12 +1,9 @@
 #include "context/identity.h"
 
-#include "core/account_sid.h"
 #include "core/log.h"
+#include "core/logon_input.h"
 #include "core/settings.h"
-#include "core/verdict.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRegularExpression>
 #include <algorithm>
 #include <future>
@@ -15,10 +12,6 @@
 namespace korvex {
 
 namespace {
-
-constexpr char kNoDirectory[] =
-    "[GetUPN] Active Directory has not been detected on this machine. We recommend disabling the "
-    "Active Directory-related options in Windows Registry.";
 
 /// A command that takes a name as it stands, between quotes. It runs with the rights of the logon
 /// process, and the name is whatever was typed there.
@@ -36,14 +29,34 @@ constexpr QStringView kBreaksName = u"\"'\u2018\u2019\u201a\u201b`*?[]";
 constexpr Command kUserNameCommand{
     R"(-NoProfile -Command "([adsisearcher]\"(userprincipalname=%1)\").FindOne().Properties.samaccountname")",
     kBreaksSearch};
-constexpr Command kUpnCommand{
-    R"(-NoProfile -Command "([adsisearcher]\"(samaccountname=%1)\").FindOne().Properties.userprincipalname")",
-    kBreaksSearch};
-constexpr Command kMailCommand{
-    R"(-NoProfile -Command "([adsisearcher]\"(samaccountname=%1)\").FindOne().Properties.mail")",
-    kBreaksSearch};
 constexpr Command kLocalMailCommand{
     R"(-NoProfile -Command "(Get-LocalUser -Name '%1').Description")", kBreaksName};
+
+/// A query for an account's address in the directory, and what the log says of it.
+struct DirectoryQuery
+{
+    Command command;
+    const char* failed;
+    const char* found;    ///< followed by the address
+    const char* notFound; ///< an answer that is no address
+    const char* output;   ///< followed by that answer
+};
+
+constexpr DirectoryQuery kUpnQuery{
+    {R"(-NoProfile -Command "([adsisearcher]\"(samaccountname=%1)\").FindOne().Properties.userprincipalname")",
+     kBreaksSearch},
+    "[GetUPN] Failed to get an UPN from Active Directory",
+    "[GetUPN] Found UPN: ",
+    "[GetUPN] No UPN found, which means that an UPN is either invalid or not defined for the user",
+    "[GetUPN] output: "};
+constexpr DirectoryQuery kMailQuery{
+    {R"(-NoProfile -Command "([adsisearcher]\"(samaccountname=%1)\").FindOne().Properties.mail")",
+     kBreaksSearch},
+    "[GetUserEmail] Failed to get an email address from Active Directory",
+    "[GetUserEmail] Found user email: ",
+    "[GetUserEmail] No email address found, which means that an email is either invalid or not "
+    "defined for the user",
+    "[GetUserEmail] output: "};
 
 /// What PowerShell answers; nothing when it failed or was not asked.
 std::optional<QString> askPowerShell(const ProcessRunner& runner, const Command& command,
@@ -66,6 +79,33 @@ std::optional<QString> askPowerShell(const ProcessRunner& runner, const Command&
     return output;
 }
 
+/// The address that the directory knows; empty, with the query's line in the log, when there is
+/// none.
+QString askDirectory(const ProcessRunner& runner, const QString& directory,
+                     const DirectoryQuery& query, const QString& user)
+{
+    if (directory.isEmpty()) {
+        // The text says [GetUPN] for both queries; this is deliberate.
+        logger().logWarning(
+            0, QStringLiteral("[GetUPN] Active Directory has not been detected on this machine. We "
+                              "recommend disabling the Active Directory-related options in "
+                              "Windows Registry."));
+        return {};
+    }
+    const auto output = askPowerShell(runner, query.command, user);
+    if (!output) {
+        logger().logError(QLatin1String(query.failed));
+        return {};
+    }
+    if (isEmail(*output)) {
+        logger().log(0, QLatin1String(query.found) + *output);
+        return *output;
+    }
+    logger().log(1, QLatin1String(query.notFound));
+    logger().log(2, QLatin1String(query.output) + *output);
+    return {};
+}
+
 } // namespace
 
 bool isEmail(const QString& text)
@@ -78,7 +118,7 @@ bool isEmail(const QString& text)
 
 AccountLookups AccountLookups::ofThisMachine()
 {
-    return {sidOf, platform::joinedDomain, platform::computerName};
+    return {platform::joinedDomain, platform::computerName};
 }
 
 IdentityResolver::IdentityResolver(AccountLookups lookups, ProcessRunner runner)
@@ -86,12 +126,12 @@ IdentityResolver::IdentityResolver(AccountLookups lookups, ProcessRunner runner)
     , m_runner(std::move(runner))
 {}
 
-Identity IdentityResolver::resolve(const QJsonDocument& input)
+Identity IdentityResolver::resolve(const LogonInput& input)
 {
     Identity identity;
-    identity.user = input[QLatin1String("user")].toString();
-    identity.ip = input[QLatin1String("ip")].toString();
-    identity.rdpMode = !identity.ip.isEmpty();
+    identity.user = input.user;
+    identity.ip = input.ip;
+    identity.rdpMode = !input.ip.isEmpty();
     const QLatin1Char backslash('\\');
     identity.userName = identity.user.mid(identity.user.lastIndexOf(backslash) + 1);
     if (identity.user.contains(backslash))
@@ -103,9 +143,8 @@ Identity IdentityResolver::resolve(const QJsonDocument& input)
         identity.domain = readDirectoryName();
     if (identity.domain.isEmpty())
         identity.domain = computerName();
-    if (identity.userEmail.isEmpty() &&
-        mainKey().readBool(QStringLiteral("sendUPN")).value_or(false))
-        lookUpEmail(identity);
+    if (identity.userEmail.isEmpty() && readBool(Setting::SendUpn))
+        lookUpEmail(identity, input.sid);
     return identity;
 }
 
@@ -124,7 +163,7 @@ void IdentityResolver::resolveEmailUser(Identity& identity)
     identity.userName = upn.left(upn.indexOf(at));
 }
 
-void IdentityResolver::lookUpEmail(Identity& identity)
+void IdentityResolver::lookUpEmail(Identity& identity, const QString& sid)
 {
     const bool local = isLocalUser(identity);
     const QString user = identity.userName;
@@ -136,12 +175,12 @@ void IdentityResolver::lookUpEmail(Identity& identity)
         const QString upn = getUpn(user);
         return isEmail(upn) ? upn : getEmailFromDirectory(user);
     });
-    auto accounts = std::async(std::launch::async, [this, local, user] {
+    auto accounts = std::async(std::launch::async, [this, local, user, sid] {
         if (!local)
             return QString();
-        QString email = getGcpwEmail(user);
+        QString email = getGcpwEmail(sid);
         if (email.isEmpty())
-            email = getMicrosoftAccountEmail(user);
+            email = getMicrosoftAccountEmail(sid);
         return email.isEmpty() ? getLocalUserEmail(user) : email;
     });
     identity.userEmail = directory.get();
@@ -150,22 +189,15 @@ void IdentityResolver::lookUpEmail(Identity& identity)
         identity.userEmail = ofAccount;
 }
 
-QString IdentityResolver::nameToSend(const Identity& identity) const
+std::optional<QString> IdentityResolver::nameToSend(const Identity& identity)
 {
-    const bool sendUpn = mainKey().readBool(QStringLiteral("sendUPN")).value_or(false);
-    const bool sendNtlm = mainKey().readBool(QStringLiteral("sendNTLM")).value_or(true);
-    if (sendUpn) {
-        // An absent sendNTLM counts as set, so this is logged for it too, on purpose.
+    const bool sendNtlm = readBool(Setting::SendNtlm);
+    if (readBool(Setting::SendUpn)) {
+        // An absent sendNTLM counts as set, so this is deliberately logged for it too.
         if (sendNtlm)
             logger().logWarning(1, QStringLiteral("Both 'sendUPN' and 'sendNTLM' options are "
                                                   "defined, only 'sendUPN' will be used"));
-        if (identity.userEmail.isEmpty()) {
-            if (failModeIsBypass())
-                grant(QStringLiteral("Could not retrieve correct UPN! FailMode bypass."));
-            else
-                deny(QStringLiteral("Could not retrieve correct UPN!"));
-        }
-        return identity.userEmail;
+        return identity.userEmail.isEmpty() ? std::nullopt : std::optional(identity.userEmail);
     }
     if (sendNtlm && !identity.domain.isEmpty() && identity.domain != QLatin1String("."))
         return identity.domain + QLatin1Char('\\') + identity.userName;
@@ -200,23 +232,7 @@ QString IdentityResolver::getUpn(const QString& user)
         logger().log(0, QStringLiteral("[GetUPN] UPN found in cache: ") + m_cachedUpn);
         return m_cachedUpn;
     }
-    if (directoryName().isEmpty()) {
-        logger().logWarning(0, QLatin1String(kNoDirectory));
-        return {};
-    }
-    const auto output = askPowerShell(m_runner, kUpnCommand, user);
-    if (!output) {
-        logger().logError(QStringLiteral("[GetUPN] Failed to get an UPN from Active Directory"));
-        return {};
-    }
-    if (isEmail(*output)) {
-        logger().log(0, QStringLiteral("[GetUPN] Found UPN: ") + *output);
-        return *output;
-    }
-    logger().log(1, QStringLiteral("[GetUPN] No UPN found, which means that an UPN is either "
-                                   "invalid or not defined for the user"));
-    logger().log(2, QStringLiteral("[GetUPN] output: ") + *output);
-    return {};
+    return askDirectory(m_runner, directoryName(), kUpnQuery, user);
 }
 
 QString IdentityResolver::getEmailFromDirectory(const QString& user)
@@ -224,25 +240,7 @@ QString IdentityResolver::getEmailFromDirectory(const QString& user)
     logger().log(1, QStringLiteral("[GetUserEmail] Trying to get email address from Active "
                                    "Directory for a user: ") +
                         user);
-    if (directoryName().isEmpty()) {
-        // The text with its [GetUPN] is shared with the lookup of UPNs, on purpose.
-        logger().logWarning(0, QLatin1String(kNoDirectory));
-        return {};
-    }
-    const auto output = askPowerShell(m_runner, kMailCommand, user);
-    if (!output) {
-        logger().logError(
-            QStringLiteral("[GetUserEmail] Failed to get an email address from Active Directory"));
-        return {};
-    }
-    if (isEmail(*output)) {
-        logger().log(0, QStringLiteral("[GetUserEmail] Found user email: ") + *output);
-        return *output;
-    }
-    logger().log(1, QStringLiteral("[GetUserEmail] No email address found, which means that an "
-                                   "email is either invalid or not defined for the user"));
-    logger().log(2, QStringLiteral("[GetUserEmail] output: ") + *output);
-    return {};
+    return askDirectory(m_runner, directoryName(), kMailQuery, user);
 }
 
 QString IdentityResolver::getLocalUserEmail(const QString& user) const
@@ -265,9 +263,8 @@ QString IdentityResolver::getLocalUserEmail(const QString& user) const
     return {};
 }
 
-QString IdentityResolver::getGcpwEmail(const QString& user) const
+QString IdentityResolver::getGcpwEmail(const QString& sid)
 {
-    const QString sid = m_lookups.sid(user);
     if (sid.isEmpty())
         return {};
     const platform::RegistryKey key(
@@ -279,9 +276,8 @@ QString IdentityResolver::getGcpwEmail(const QString& user) const
     return email;
 }
 
-QString IdentityResolver::getMicrosoftAccountEmail(const QString& user) const
+QString IdentityResolver::getMicrosoftAccountEmail(const QString& sid)
 {
-    const QString sid = m_lookups.sid(user);
     if (sid.isEmpty())
         return {};
     const platform::RegistryKey key(

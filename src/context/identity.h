@@ -8,9 +8,9 @@
 #include <functional>
 #include <optional>
 
-class QJsonDocument;
-
 namespace korvex {
+
+struct LogonInput;
 
 /// Who signs in, as the service is told.
 struct Identity
@@ -29,7 +29,6 @@ bool isEmail(const QString& text);
 /// What identity resolution asks of the system about accounts; a test answers from a table.
 struct AccountLookups
 {
-    std::function<QString(const QString& account)> sid;
     std::function<QString()> joinedDomain;
     std::function<std::expected<QString, quint32>()> computerName;
 
@@ -47,18 +46,18 @@ public:
                               ProcessRunner runner = runProcess);
 
     /// The identity behind the credential provider's input. Blocks while programs are asked.
-    Identity resolve(const QJsonDocument& input);
+    Identity resolve(const LogonInput& input);
 
-    /// The name that the service gets, as sendUPN and sendNTLM say. With sendUPN and no UPN it
-    /// gives a verdict (FailMode) and still returns the empty name.
-    QString nameToSend(const Identity& identity) const;
+    /// The name that the service gets, as sendUPN and sendNTLM say; none with sendUPN for an
+    /// identity without a UPN.
+    static std::optional<QString> nameToSend(const Identity& identity);
 
     QString findUsernameByUpn(const QString& upn);
     QString getUpn(const QString& user);
     QString getEmailFromDirectory(const QString& user);
     QString getLocalUserEmail(const QString& user) const;
-    QString getGcpwEmail(const QString& user) const;
-    QString getMicrosoftAccountEmail(const QString& user) const;
+    static QString getGcpwEmail(const QString& sid);
+    static QString getMicrosoftAccountEmail(const QString& sid);
 
 private:
     QString readDirectoryName() const;
@@ -66,7 +65,7 @@ private:
     QString computerName() const;
     bool isLocalUser(const Identity& identity) const;
     void resolveEmailUser(Identity& identity);
-    void lookUpEmail(Identity& identity);
+    void lookUpEmail(Identity& identity, const QString& sid);
 
     AccountLookups m_lookups;
     ProcessRunner m_runner;

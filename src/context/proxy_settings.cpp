@@ -5,26 +5,12 @@
 
 namespace korvex {
 
-namespace {
-
-QString readText(const char* name)
-{
-    return mainKey().readString(QLatin1String(name)).value_or(QString());
-}
-
-quint32 readNumber(const char* name)
-{
-    return static_cast<quint32>(mainKey().readNumber(QLatin1String(name)).value_or(0));
-}
-
-} // namespace
-
 std::optional<QNetworkProxy> configuredProxy()
 {
-    if (readNumber("proxyMode") == 0)
+    if (readNumber(Setting::ProxyMode) == 0)
         return std::nullopt;
-    const QString host = readText("proxyHost");
-    const quint32 port = readNumber("proxyPort");
+    const QString host = readString(Setting::ProxyHost);
+    const auto port = static_cast<quint32>(readNumber(Setting::ProxyPort));
     // Before any check, so that an incomplete configuration can be seen in the log.
     logger().log(2, QStringLiteral("Proxy address: ") + host + QLatin1Char(':') +
                         QString::number(port));
@@ -40,9 +26,9 @@ std::optional<QNetworkProxy> configuredProxy()
         return std::nullopt;
     }
     QNetworkProxy proxy(QNetworkProxy::HttpProxy, host, static_cast<quint16>(port));
-    if (const QString user = readText("proxyUsername"); !user.isEmpty())
+    if (const QString user = readString(Setting::ProxyUsername); !user.isEmpty())
         proxy.setUser(user);
-    if (const QString password = readText("proxyPassword"); !password.isEmpty())
+    if (const QString password = readString(Setting::ProxyPassword); !password.isEmpty())
         proxy.setPassword(password);
     return proxy;
 }

@@ -1,9 +1,8 @@
 #include "context/remember_device.h"
 
-#include "core/account_sid.h"
+#include "core/current_sign_in.h"
 #include "core/log.h"
-#include "core/logon_input.h"
-#include "core/settings.h"
+#include "core/registry_keys.h"
 #include "core/user_folder.h"
 
 #include <QDir>
@@ -30,14 +29,12 @@ const std::map<qint32, TrackedParameter>& trackedParameters()
     return parameters;
 }
 
-/// The key of the user that signs in. Not userRegistryData(): an empty name, which it takes for
-/// the administrator, has no key here.
+/// The key of the user that signs in. Not userRegistryData(), which takes an empty name for the
+/// administrator's.
 std::optional<platform::RegistryKey> userKey()
 {
-    const QString sid = sidOf(logonInput().user);
-    if (sid.isEmpty())
-        return std::nullopt;
-    return platform::RegistryKey(dataKey().path() + QLatin1Char('\\') + sid);
+    const QString& sid = logonInput().sid;
+    return sid.isEmpty() ? std::nullopt : std::optional(accountKey(sid));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "core/log.h"
 
-#include "core/settings.h"
+#include "core/registry_keys.h"
+#include "core/setting_definitions.h"
 #include "core/version.h"
 #include "platform/append_file.h"
 #include "platform/fault_report.h"
@@ -47,8 +48,10 @@ Logger::Logger()
     m_file.setFileName(directory + QDir::separator() +
                        QStringLiteral("korvex-credential-provider.log"));
     platform::openForAppending(m_file);
-    m_maxLevel = std::max(0, mainKey().readNumber(QStringLiteral("debugMode")).value_or(0));
-    m_debugRequests = mainKey().readBool(QStringLiteral("debugKorvexRequests")).value_or(false);
+    m_maxLevel =
+        std::max(0, mainKey().readNumber(definitionOf(Setting::DebugMode).name).value_or(0));
+    m_debugRequests =
+        mainKey().readBool(definitionOf(Setting::DebugKorvexRequests).name).value_or(false);
 }
 
 bool Logger::log(int level, const QString& message)
@@ -82,7 +85,7 @@ bool Logger::logRequest(const QString& message)
 Logger& logger()
 {
     static Logger instance;
-    // Only once it stands: the log reads the registry, whose faults are to be logged.
+    // After the log is made: making it reads the registry, whose faults go to the log.
     static const bool listening = [] {
         platform::setFaultHandler([](const QString& text) { instance.logError(text); });
         return true;

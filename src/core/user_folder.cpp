@@ -1,7 +1,6 @@
 #include "core/user_folder.h"
 
-#include "core/account_sid.h"
-#include "core/logon_input.h"
+#include "core/current_sign_in.h"
 #include "platform/paths.h"
 
 #include <QCryptographicHash>
@@ -20,7 +19,7 @@ QString userFolderName(const QString& sid)
 QString userStorageDirectory()
 {
     const QString cache = platform::dataRoot() + QDir::separator() + QStringLiteral("Cache");
-    return cache + QDir::separator() + userFolderName(sidOf(logonInput().user));
+    return cache + QDir::separator() + userFolderName(logonInput().sid);
 }
 
 QString webStorageDirectory()

@@ -3,43 +3,21 @@
 #include "core/account_sid.h"
 #include "core/log.h"
 #include "core/logon_input.h"
-#include "core/settings.h"
-
-#include <mutex>
+#include "core/registry_keys.h"
 
 namespace korvex {
 
-namespace {
-
-std::mutex currentMutex;
-std::shared_ptr<const UserRegistryData> currentData;
-
-} // namespace
-
-UserRegistryData::UserRegistryData(const QString& account)
+UserRegistryData::UserRegistryData(const LogonInput& input)
 {
-    const QString name = account.isEmpty() ? QStringLiteral("Administrator") : account;
-    const QString sid = sidOf(name);
+    const bool nobody = input.user.isEmpty();
+    const QString account = nobody ? QStringLiteral("Administrator") : input.user;
+    const QString sid = nobody ? sidOf(account) : input.sid;
     if (sid.isEmpty()) {
         logger().logWarning(
-            1, QStringLiteral("UserRegistryData: Local cache won't be used for '%1'").arg(name));
+            1, QStringLiteral("UserRegistryData: Local cache won't be used for '%1'").arg(account));
         return;
     }
-    m_key.emplace(dataKey().path() + QLatin1Char('\\') + sid);
-}
-
-std::shared_ptr<const UserRegistryData> userRegistryData()
-{
-    const std::lock_guard lock(currentMutex);
-    if (!currentData)
-        currentData = std::make_shared<const UserRegistryData>(logonInput().user);
-    return currentData;
-}
-
-void forgetUserRegistryData()
-{
-    const std::lock_guard lock(currentMutex);
-    currentData.reset();
+    m_key = accountKey(sid);
 }
 
 } // namespace korvex

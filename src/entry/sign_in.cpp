@@ -1,7 +1,7 @@
 #include "entry/sign_in.h"
 
+#include "core/current_sign_in.h"
 #include "core/log.h"
-#include "core/logon_input.h"
 #include "core/user_folder.h"
 #include "core/verdict.h"
 #include "entry/application.h"
@@ -12,7 +12,7 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QJsonDocument>
+#include <QScopeGuard>
 #include <QScopedValueRollback>
 #include <QTimer>
 #include <QTranslator>
@@ -39,6 +39,16 @@ bool mayRun()
     return isGuiThread && !busy;
 }
 
+int runEventLoop(QApplication& application, QTranslator& translator)
+{
+    MainWindow window;
+    offline_mode::offlineMode().prepare(application, translator);
+    // Also when something throws: the screen's holder outlives the translator.
+    const auto screenEnds = qScopeGuard([] { offline_mode::offlineMode().tearDown(); });
+    QTimer::singleShot(0, &window, &MainWindow::start);
+    return application.exec();
+}
+
 int runSignIn(const QString& json)
 {
     QApplication& application = hostedApplication();
@@ -49,22 +59,27 @@ int runSignIn(const QString& json)
     QCoreApplication::setOrganizationName(QObject::tr("Korvex for Windows"));
     QCoreApplication::setApplicationName(QObject::tr("Korvex for Windows"));
 
-    const QJsonDocument input = parseLogonInput(json);
-    beginSignIn(input);
+    beginSignIn(parseLogonInput(json));
     QDir(userStorageDirectory()).mkpath(QStringLiteral("."));
 
-    offline_mode::offlineMode().prepare(application, translator);
-    MainWindow window;
-    QTimer::singleShot(0, &window, [&window, &input] { window.start(input); });
-    const int result = application.exec();
-    offline_mode::offlineMode().tearDown();
+    const int result = runEventLoop(application, translator);
     logger().log(1, QStringLiteral("Exiting with result: %1").arg(result));
     return result;
 }
 
+void logFault(const std::exception& fault) noexcept
+{
+    try {
+        logger().logError(QStringLiteral("Sign-in failed: ") +
+                          QString::fromLocal8Bit(fault.what()));
+    } catch (const std::exception&) {
+        // No memory for a log line, for example. The denial stands.
+    }
+}
+
 } // namespace
 
-int executeSignIn(const wchar_t* json)
+int executeSignIn(const wchar_t* json) noexcept
 {
     try {
         platform::reserveStandardStreams();
@@ -76,8 +91,7 @@ int executeSignIn(const wchar_t* json)
         const QScopedValueRollback running(busy, true);
         return runSignIn(json ? QString::fromWCharArray(json) : QString());
     } catch (const std::exception& fault) {
-        logger().logError(QStringLiteral("Sign-in failed: ") +
-                          QString::fromLocal8Bit(fault.what()));
+        logFault(fault);
         return kDenied;
     }
 }

@@ -1,8 +1,8 @@
 #include "offline_mode/totp_controller.h"
 
+#include "core/current_sign_in.h"
 #include "core/log.h"
 #include "core/settings.h"
-#include "core/user_registry_data.h"
 #include "offline_mode/custom_tools.h"
 #include "offline_mode/screen_result.h"
 #include "otp/key_provider.h"

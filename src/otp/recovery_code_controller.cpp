@@ -126,7 +126,7 @@ bool RecoveryCodeController::regenCode() const
     wipe(code);
     if (!encrypted)
         return refuse(encrypted.error());
-    const QString name = settingCatalogue().at(Setting::RecoveryCode).name;
+    const QString name = definitionOf(Setting::RecoveryCode).name;
     if (!dataKey().writeString(name, *encrypted))
         return refuse(failureOf(RecoveryCodeError::NotStored));
     return true;

@@ -4,25 +4,19 @@
 
 namespace korvex {
 
-namespace {
-
-constexpr int kDefaultTimeout = 20000;
-
-} // namespace
-
 QString apiServer()
 {
+    // The catalogue's default is deliberately no address, so the stored value is read here.
     return mainKey()
-        .readString(QStringLiteral("korvexApiServer"))
+        .readString(definitionOf(Setting::KorvexApiServer).name)
         .value_or(QStringLiteral(KORVEX_DEFAULT_API_SERVER));
 }
 
 int requestTimeout()
 {
-    const int timeout =
-        mainKey().readNumber(QStringLiteral("RequestTimeout")).value_or(kDefaultTimeout);
+    const int timeout = readNumber(Setting::RequestTimeout);
     // Qt takes 0 for "wait for ever", which would lock the user out behind a silent service.
-    return timeout > 0 ? timeout : kDefaultTimeout;
+    return timeout > 0 ? timeout : definitionOf(Setting::RequestTimeout).defaultValue.toInt();
 }
 
 } // namespace korvex

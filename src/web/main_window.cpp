@@ -2,8 +2,8 @@
 
 #include "api/transaction.h"
 #include "context/remember_device.h"
+#include "core/current_sign_in.h"
 #include "core/log.h"
-#include "core/logon_input.h"
 #include "core/message_box.h"
 #include "core/secret.h"
 #include "core/settings.h"
@@ -11,9 +11,9 @@
 #include "core/verdict.h"
 #include "platform/foreground.h"
 #include "platform/process.h"
-#include "rest/service_settings.h"
 #include "web/accept_language.h"
 #include "web/browser_interceptor.h"
+#include "web/page_loader.h"
 #include "web/sign_in_page.h"
 #include "web/web_js_event_dispatcher.h"
 #include "web/window_fitter.h"
@@ -33,8 +33,6 @@ namespace korvex {
 
 namespace {
 
-constexpr int kRetryDelay = 500; // milliseconds
-
 // The same for every engine version, so that the service sees one kind of browser.
 constexpr char kUserAgent[] =
     "Mozilla/5.0 (Windows NT 10.0; Win64; x64) AppleWebKit/537.36 (KHTML, "
@@ -51,7 +49,7 @@ MainWindow::~MainWindow()
         takeCentralWidget();
 }
 
-void MainWindow::start(const QJsonDocument& input)
+void MainWindow::start()
 {
     logger().log(1, QStringLiteral("Starting Korvex MFA Login..."));
     if (!verifyConfiguration())
@@ -62,7 +60,7 @@ void MainWindow::start(const QJsonDocument& input)
     if (logonInput().ip.isEmpty())
         revokeRememberedDevice(readNumber(Setting::RevokeRememberDevicePolicy));
     installProxy();
-    createTransaction(input);
+    createTransaction();
     m_transaction->start();
 }
 
@@ -150,14 +148,8 @@ void MainWindow::createDeveloperTools()
 
 void MainWindow::watchView()
 {
-    m_loadWatch.setSingleShot(true);
-    m_loadWatch.setInterval(requestTimeout());
-    connect(&m_loadWatch, &QTimer::timeout, this, &MainWindow::onLoadStalled);
-    connect(m_view.get(), &QWebEngineView::loadProgress, this, [this] {
-        if (m_firstLoadPending)
-            m_loadWatch.start();
-    });
-    connect(m_view.get(), &QWebEngineView::loadFinished, this, &MainWindow::loadFinished);
+    m_loader = std::make_unique<PageLoader>(*m_view);
+    connect(m_loader.get(), &PageLoader::finished, this, &MainWindow::loadFinished);
     connect(m_page.get(), &QWebEnginePage::contentsSizeChanged, this,
             &MainWindow::onContentSizeChanged);
     connect(m_view.get(), &QWebEngineView::titleChanged, this, &MainWindow::onTitleChanged);
@@ -169,13 +161,13 @@ void MainWindow::startWebEngine()
     createPage();
     createView();
     watchView();
-    if (mainKey().readBool(QStringLiteral("debugKorvexRequests")).value_or(false))
+    if (readBool(Setting::DebugKorvexRequests))
         createDeveloperTools();
 }
 
-void MainWindow::createTransaction(const QJsonDocument& input)
+void MainWindow::createTransaction()
 {
-    m_transaction = std::make_unique<Transaction>(input);
+    m_transaction = std::make_unique<Transaction>(logonInput());
     connect(qApp, &QCoreApplication::aboutToQuit, this, &MainWindow::cleanUp);
     // Deliberately not before: the offline screen, and a verdict that needs no page, are there
     // sooner without it.
@@ -191,58 +183,25 @@ void MainWindow::cleanUp()
 void MainWindow::updateWebView(QUrl url)
 {
     logger().log(1, QStringLiteral("Invoke updateWebView, url: ") + url.toString());
-    m_loadWatch.start();
-    m_view->setUrl(url);
+    m_loader->load(url);
     m_view->setFocus(Qt::OtherFocusReason);
 }
 
 void MainWindow::loadFinished(bool success)
 {
-    if (success) {
-        m_firstLoadPending = false;
-        m_loadWatch.stop();
-        // The window covers the screen until the page has told the size of its panel.
-        show();
-        platform::bringToForeground(winId());
-        m_fitter->fit();
+    if (!success) {
+        giveUpLoading();
         return;
     }
-    if (m_firstLoadPending)
-        retryLoad();
+    // The window covers the screen until the page has told the size of its panel.
+    show();
+    platform::bringToForeground(winId());
+    m_fitter->fit();
 }
 
 void MainWindow::onContentSizeChanged(QSizeF)
 {
     m_fitter->scheduleFit();
-}
-
-void MainWindow::onLoadStalled()
-{
-    // A load that is stopped reports that it failed; a page whose script never yields does not.
-    if (m_stopRequested) {
-        retryLoad();
-        return;
-    }
-    m_stopRequested = true;
-    m_loadWatch.start();
-    m_view->stop();
-}
-
-void MainWindow::retryLoad()
-{
-    m_loadWatch.stop();
-    m_stopRequested = false;
-    if (m_loadRetriesLeft-- <= 0) {
-        giveUpLoading();
-        return;
-    }
-    logger().logWarning(0, QStringLiteral("Failed to load view: ") + m_view->url().toString());
-    QTimer::singleShot(kRetryDelay, m_view.get(), [this] {
-        if (!m_firstLoadPending)
-            return;
-        m_loadWatch.start();
-        m_view->reload();
-    });
 }
 
 void MainWindow::giveUpLoading()
@@ -260,8 +219,7 @@ void MainWindow::onTitleChanged(const QString& title)
         return;
     logger().log(1, QStringLiteral("Transaction token received"));
     // The page has done its part; what becomes of its load must not decide the sign-in any more.
-    m_firstLoadPending = false;
-    m_loadWatch.stop();
+    m_loader->finish();
     // A title that is no JSON gives an empty token, which the service judges like any other.
     const QJsonDocument message = QJsonDocument::fromJson(title.toUtf8());
     m_transaction->credentials(message[QLatin1String("token")].toString());

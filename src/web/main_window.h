@@ -6,18 +6,17 @@
 #include <QMainWindow>
 #include <QSizeF>
 #include <QString>
-#include <QTimer>
 #include <QUrl>
 #include <memory>
 #include <optional>
 
-class QJsonDocument;
 class QWebEngineProfile;
 class QWebEngineView;
 
 namespace korvex {
 
 class BrowserInterceptor;
+class PageLoader;
 class SignInPage;
 class Transaction;
 class WebJsEventDispatcher;
@@ -35,7 +34,7 @@ public:
 
     /// Checks the configuration and runs the transaction up to its page, for which it starts the
     /// web engine. Needs the event loop, which a verdict ends.
-    void start(const QJsonDocument& input);
+    void start();
 
 signals:
     /// Part of the window's interface to the outside; nothing in the library uses it.
@@ -60,9 +59,7 @@ private:
     void createView();
     void watchView();
     void createDeveloperTools();
-    void createTransaction(const QJsonDocument& input);
-    void onLoadStalled();
-    void retryLoad();
+    void createTransaction();
     void giveUpLoading();
     void onTitleChanged(const QString& title);
 
@@ -77,11 +74,7 @@ private:
     std::unique_ptr<Transaction> m_transaction;
     std::unique_ptr<QWebEngineView> m_view;
     std::unique_ptr<WindowFitter> m_fitter;
-
-    QTimer m_loadWatch;
-    bool m_stopRequested = false; ///< the load that stalled was told to stop
-    bool m_firstLoadPending = true;
-    int m_loadRetriesLeft = 10;
+    std::unique_ptr<PageLoader> m_loader;
 };
 
 } // namespace korvex

@@ -131,7 +131,7 @@ void TestVerdictAndPolicy::verdictEndsTheWait()
 
 void TestVerdictAndPolicy::verdictEndsTheBox()
 {
-    Transaction transaction(QJsonDocument{});
+    Transaction transaction{LogonInput{}};
     BoxWatcher boxes([](QMessageBox&) {
         if (!verdictGiven())
             deny("by a test");

@@ -6,7 +6,6 @@
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QJsonObject>
 #include <QtTest>
 
 using namespace korvex;
@@ -127,7 +126,7 @@ void TestRememberDevice::revocation()
 {
     QFETCH(int, policy);
     QFETCH(QString, stored);
-    beginSignIn(QJsonDocument(QJsonObject{{"user", test::knownAccount()}}));
+    beginSignIn({.user = test::knownAccount()});
     const QString name = policy == 1 ? "LastTransactionPublicASN" : "LastTransactionPublicIP";
     const platform::RegistryKey key(dataKey().path() + '\\' +
                                     platform::accountSid(test::knownAccount()).value_or("none"));

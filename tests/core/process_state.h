@@ -1,11 +1,9 @@
 #pragma once
 
+#include "core/current_sign_in.h"
 #include "core/log.h"
-#include "core/logon_input.h"
 #include "core/settings.h"
 #include "support/temporary_root.h"
-
-#include <QJsonDocument>
 
 namespace korvex::test {
 

@@ -38,26 +38,18 @@ void TestLogonInput::parsing_data()
     row("no Unicode escape", R"({"user":"\u0041"})", "\\u0041", "");
     row("no escaped quote", R"({"user":"a\"b"})", "", "");
     row("no user", R"({"ip":"10.0.0.5"})", "", "10.0.0.5");
-    row("no ip", R"({"user":"jdoe"})", "jdoe", "");
     row("names in other case", R"({"User":"jdoe","IP":"10.0.0.5"})", "", "");
-    row("other members", R"({"x":{"user":"eve"},"user":"jdoe","ip":"::1","y":[1]})", "jdoe", "::1");
-    row("a number", R"({"user":17,"ip":"::1"})", "", "::1");
-    row("null", R"({"user":null,"ip":"::1"})", "", "::1");
-    row("an object", R"({"user":{"user":"jdoe"},"ip":["::1"]})", "", "");
+    row("other types", R"({"user":17,"ip":["::1"]})", "", "");
     row("not ASCII", QStringLiteral(R"({"user":"żółw\jürgen"})"), QStringLiteral("żółw\\jürgen"),
         "");
     row("cut short", R"({"user":"jdoe","ip":"10.0.0.5")", "", "");
-    row("text behind", R"({"user":"jdoe"} x)", "", "");
     row("an array", R"([{"user":"jdoe"}])", "", "");
     row("empty", "", "", "");
-    row("not JSON", "user=jdoe", "", "");
     row("too deep", QString(100000, '['), "", "");
     const QString huge(1024 * 1024, 'a');
     row("huge", "{\"user\":\"" + huge + "\",\"ip\":\"::1\"}", huge, "::1");
-    row("huge, cut short", "{\"user\":\"" + huge, "", "");
     const QString lone(QChar(0xd800));
     row("lone surrogate in the user", "{\"user\":\"a" + lone + "b\",\"ip\":\"::1\"}", "a?b", "::1");
-    row("lone surrogate elsewhere", "{\"" + lone + "\":1,\"user\":\"jdoe\"}", "jdoe", "");
 }
 
 void TestLogonInput::parsing()
@@ -65,10 +57,9 @@ void TestLogonInput::parsing()
     QFETCH(QString, json);
     QFETCH(QString, user);
     QFETCH(QString, ip);
-    beginSignIn(parseLogonInput(R"({"user":"somebody before","ip":"192.0.2.1"})"));
-    beginSignIn(parseLogonInput(json));
-    QCOMPARE(logonInput().user, user);
-    QCOMPARE(logonInput().ip, ip);
+    const LogonInput input = parseLogonInput(json);
+    QCOMPARE(input.user, user);
+    QCOMPARE(input.ip, ip);
 }
 
 void TestLogonInput::folderName_data()
@@ -91,14 +82,15 @@ void TestLogonInput::folderName()
 void TestLogonInput::storageDirectory()
 {
     const QString cache = platform::dataRoot() + QDir::separator() + "Cache" + QDir::separator();
-    beginSignIn(parseLogonInput(""));
+    beginSignIn({});
     QCOMPARE(userStorageDirectory(), cache + "unknown_user");
     const QString account = ".\\" + test::knownAccount();
-    beginSignIn(parseLogonInput("{\"user\":\"" + account + "\"}"));
+    beginSignIn({.user = account});
     const QString sid = platform::accountSid(test::knownAccount()).value_or("no SID");
-    QCOMPARE(userStorageDirectory(), cache + userFolderName(sid));
-    QVERIFY(m_state.takeLog().contains("[Verbose 2] Using SID '" + sid + "' for user '" + account +
-                                       '\''));
+    for (int time = 0; time < 2; ++time) // looked up once
+        QCOMPARE(userStorageDirectory(), cache + userFolderName(sid));
+    QCOMPARE(m_state.takeLog(),
+             QStringList("[Verbose 2] Using SID '" + sid + "' for user '" + account + '\''));
     QVERIFY(!QFileInfo::exists(cache));
 }
 

@@ -1,4 +1,5 @@
 #include "core/account_sid.h"
+#include "core/logon_input.h"
 #include "core/settings.h"
 #include "core/user_registry_data.h"
 #include "end_to_end/sign_in_rig.h"
@@ -65,7 +66,7 @@ void TestConnectivity::unreachable()
         QVERIFY(userKey.writeBool(QStringLiteral("OfflineAuth"), *offlineAuth));
         // A secret has no say where offline mode is off.
         if (!*offlineAuth) {
-            const korvex::UserRegistryData data(user);
+            const korvex::UserRegistryData data({.user = user, .sid = korvex::sidOf(user)});
             QVERIFY(korvex::otp::storeOtpSecret(&data, "GEZDGNBVGY3TQOJQ"));
         }
     }

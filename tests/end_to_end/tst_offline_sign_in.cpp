@@ -1,3 +1,5 @@
+#include "core/account_sid.h"
+#include "core/logon_input.h"
 #include "core/openssl_program.h"
 #include "core/settings.h"
 #include "core/user_registry_data.h"
@@ -113,7 +115,7 @@ protected:
         return after == kShown ? display().topWindowHasKeyboard() : display().hasVisibleWindow();
     }
 
-    const UserRegistryData m_data{knownAccount()};
+    const UserRegistryData m_data{{.user = knownAccount(), .sid = sidOf(knownAccount())}};
 };
 
 /// The same, when the user has an offline secret and the service does not answer.

@@ -1,6 +1,6 @@
 #include "api/connectivity.h"
+#include "core/current_sign_in.h"
 #include "core/process_state.h"
-#include "core/user_registry_data.h"
 #include "core/verdict.h"
 #include "offline_mode/custom_tools.h"
 #include "offline_mode/exit_handler.h"
@@ -202,7 +202,7 @@ void TestOfflineScreen::screenThatCannotBeBuilt()
 {
     // This program has none of the screen's files.
     mainKey().writeString("korvexApiServer", "http://127.0.0.1:1");
-    beginSignIn(QJsonDocument(QJsonObject{{"user", test::knownAccount()}}));
+    beginSignIn({.user = test::knownAccount()});
     const auto data = userRegistryData();
     QVERIFY(data->key()->writeBool("OfflineAuth", true));
     QVERIFY(otp::storeOtpSecret(data.get(), "GEZDGNBVGY3TQOJQ"));

@@ -1,11 +1,9 @@
 #include "core/process_state.h"
-#include "core/user_registry_data.h"
 #include "otp/key_provider.h"
 #include "otp/offline_secret.h"
 #include "otp/otp_manager.h"
 #include "otp/totp_provider.h"
 
-#include <QJsonObject>
 #include <QtTest>
 
 using namespace korvex;
@@ -25,7 +23,7 @@ private slots:
     void init()
     {
         m_state.startAnew();
-        beginSignIn(QJsonDocument(QJsonObject{{"user", test::knownAccount()}}));
+        beginSignIn({.user = test::knownAccount()});
         m_data = userRegistryData();
         QVERIFY(m_data->key());
         m_state.takeLog();
@@ -85,7 +83,7 @@ void TestOfflineSecret::noAccount()
     QVERIFY(!OTPManager(nullptr).setOtpSecret()(kSecret));
     QCOMPARE(m_state.takeLog(), QStringList("[Error] UserRegistryData is null!"));
 
-    const UserRegistryData nobody("korvex-no-such-account");
+    const UserRegistryData nobody({.user = "korvex-no-such-account"});
     QVERIFY(!storeOtpSecret(&nobody, kSecret));
     QCOMPARE(loadOtpSecret(&nobody), QByteArray());
 }
