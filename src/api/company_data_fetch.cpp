@@ -70,7 +70,7 @@ std::expected<Branding, QString> fetch(KorvexRestAPIClient& client, const QStrin
     return branding;
 }
 
-/// Gives the path; an empty one when the file cannot be written, and then an older file stands.
+/// The path of the stored file; empty when it cannot be written, and then an older file is kept.
 QString storeLogo(const Logo& logo)
 {
     const QString path = platform::dataRoot() + QDir::separator() + QStringLiteral("CompanyLogo.") +
@@ -81,8 +81,8 @@ QString storeLogo(const Logo& logo)
     return written ? path : QString();
 }
 
-/// The file, which fails most likely, comes first and changes nothing if it does; the flag comes
-/// last: a registry that fails in between is made good by the next sign-in.
+/// The file comes first: it is the most likely to fail, and then nothing has changed. The flag
+/// comes last: after a registry that fails in between, the next sign-in fetches everything again.
 std::expected<void, QString> store(Branding branding)
 {
     if (branding.logo) {

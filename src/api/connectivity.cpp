@@ -41,7 +41,7 @@ bool Connectivity::checkConnection(KorvexRestAPIClient& client)
 {
     logger().log(1, QStringLiteral("Verifying connection to Korvex API..."));
     const auto answer = client.probe();
-    // Then the probe may only have been interrupted, and there is nothing left to judge.
+    // The verdict interrupts the probe, whose failure then means nothing.
     if (verdictGiven())
         return false;
     if (answer) {
@@ -56,8 +56,8 @@ bool Connectivity::checkConnection(KorvexRestAPIClient& client)
 
 void Connectivity::judgeUnreachable()
 {
-    // That an unreachable service lets the user in by default is deliberate: the default FailMode
-    // is "bypass", and an administrator who wants the machine closed sets another.
+    // Deliberate: by default an unreachable service lets the user in. An administrator who wants
+    // the machine closed sets another FailMode.
     const bool bypass = failModeIsBypass();
     if (readBool(Setting::OfflineAuth)) {
         if (offlineSecretExists())

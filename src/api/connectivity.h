@@ -12,10 +12,9 @@ class Connectivity
     Q_DECLARE_TR_FUNCTIONS(korvex::Connectivity)
 
 public:
-    /// True when the service answered. False when the sign-in has its verdict, or the offline
-    /// screen will give it, and the caller does nothing more: OfflineAuth, the offline secret and
-    /// FailMode judge a service that does not answer, and somebody else may have given a verdict
-    /// meanwhile.
+    /// True when the service answered. False when the sign-in has its verdict or the offline screen
+    /// will give it; the caller then does nothing more. OfflineAuth, the offline secret and
+    /// FailMode judge a service that does not answer.
     [[nodiscard]] static bool checkConnection(KorvexRestAPIClient& client);
 
 private:

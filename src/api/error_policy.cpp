@@ -12,7 +12,7 @@ ErrorPolicy errorPolicy(ErrorCode code, bool failModeBypass)
                                   "Access Denied!\nIncorrect Korvex API request."),
                 false, "Korvex server response exception"};
     case ErrorCode::InvalidCredentials:
-        // Granted on purpose: credentials that the service rejects are the installation's fault.
+        // Deliberately granted: credentials that the service rejects are the installation's fault.
         return {QT_TRANSLATE_NOOP("korvex::Transaction", "Incorrect Korvex API credentials."), true,
                 "Korvex server response exception"};
     case ErrorCode::ServiceBypass:
@@ -34,7 +34,7 @@ ErrorPolicy errorPolicy(ErrorCode code, bool failModeBypass)
             return {nullptr, true, "No or invalid response from Korvex API! FailMode bypass"};
         return {nullptr, false, "No or invalid response from Korvex API! FailMode deny"};
     default:
-        // Granted on purpose, code 11 included: a gap in this table must not lock anybody out.
+        // Deliberately granted, code 11 included: a gap in this table must not lock users out.
         return {nullptr, true, "Broken error logic. Contact with Korvex team"};
     }
 }

@@ -43,7 +43,7 @@ QString storedSecretDigest()
     return QString::fromLatin1(digest.toHex().left(7));
 }
 
-/// A secret that cannot be kept changes nothing else: the one before stays, and the verdict too.
+/// A secret that cannot be stored changes nothing: the former one and the verdict stay.
 void keepNewSecret(const QString& sealed)
 {
     const bool stored = openSealedText(sealed, otp::OTPManager(userRegistryData()).setOtpSecret());
@@ -94,7 +94,7 @@ bool Transaction::validateFields() const
         logger().logError(QStringLiteral("Missing field exception: userName"));
         return deny(QStringLiteral("Invalid transaction fields"));
     }
-    // What follows is reported, never refused: the service judges it.
+    // The service judges these; here they are only logged.
     if (!m_identity.userEmail.isEmpty() && !isEmail(m_identity.userEmail))
         logger().logWarning(0, QStringLiteral("Defined 'userEmail' field is invalid, userEmail: ") +
                                    m_identity.userEmail);
@@ -175,7 +175,7 @@ void Transaction::openWebPage(const QJsonObject& result)
 
 void Transaction::credentials(const QString& accessToken)
 {
-    // A page may set its title more than once; the second token would cross the first request.
+    // A page may set its title more than once. A second token would cross the first one's request.
     if (!std::exchange(m_waitingForPage, false) || verdictGiven()) {
         logger().log(1, QStringLiteral("Transaction does not wait for a token, token ignored"));
         return;

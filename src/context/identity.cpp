@@ -13,8 +13,8 @@ namespace korvex {
 
 namespace {
 
-/// A command that takes a name as it stands, between quotes. It runs with the rights of the logon
-/// process, and the name is whatever was typed there.
+/// A command that takes a name unchanged, between quotes. It runs with the rights of the logon
+/// process, and the name is what was typed at the logon screen.
 struct Command
 {
     const char* text = nullptr;

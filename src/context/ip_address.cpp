@@ -34,8 +34,8 @@ constexpr char kPattern[] =
 
 bool isValidIpAddress(const QString& text)
 {
-    // Nothing but white space may follow a line break. The pattern says so too, but only after it
-    // has tried every way to divide what stands before, if that is a zone.
+    // Only white space may follow a line break. The pattern refuses the rest too, but for a long
+    // zone suffix it first tries every way to divide it.
     if (text.trimmed().contains(QLatin1Char('\n')))
         return false;
     static const QRegularExpression pattern(QString::fromLatin1(kPattern));

@@ -7,7 +7,7 @@ namespace korvex {
 
 /// Runs a program and waits at most 30 seconds for it. True when it ended normally with exit code
 /// 0; `output` and `errors` take what it wrote, trimmed, and stay as they are when it wrote
-/// nothing. Every failure is logged. The argument string is handed over as it stands. Any thread.
+/// nothing. Every failure is logged. The argument string is passed unchanged. Any thread.
 bool runProcess(const QString& program, const QString& nativeArguments, QString& output,
                 QString& errors);
 

@@ -11,7 +11,7 @@ std::optional<QNetworkProxy> configuredProxy()
         return std::nullopt;
     const QString host = readString(Setting::ProxyHost);
     const auto port = static_cast<quint32>(readNumber(Setting::ProxyPort));
-    // Before any check, so that an incomplete configuration can be seen in the log.
+    // Logged before any check, so that an incomplete configuration can be seen.
     logger().log(2, QStringLiteral("Proxy address: ") + host + QLatin1Char(':') +
                         QString::number(port));
     if (host.isEmpty()) {
@@ -19,7 +19,7 @@ std::optional<QNetworkProxy> configuredProxy()
                             QStringLiteral("Invalid proxy configuration, 'proxyHost' not defined"));
         return std::nullopt;
     }
-    // One that is no port at all must not lead to another port by its lower bits.
+    // The lower bits of a number that is no port must not name another port.
     if (port == 0 || port > 65535) {
         logger().logWarning(0,
                             QStringLiteral("Invalid proxy configuration, 'proxyPort' not defined"));

@@ -22,7 +22,7 @@ std::optional<QString> askForText(const QString& url)
 
 bool saysAnAddress(const QString& url)
 {
-    // The first answer only shows that somebody is there; the second is looked at.
+    // The first answer only shows that the service is up; the second has to be an address.
     if (!askForText(url))
         return false;
     const auto text = askForText(url);
@@ -49,7 +49,7 @@ QString getPublicIp(const AddressServices& services)
 
 QString getPublicAsn(const AddressServices& services)
 {
-    // Also without an address: the service is then asked about an empty one, on purpose.
+    // Deliberately also without an address: the service is then asked about an empty one.
     const auto body = KorvexRestAPIClient::get(services.information.arg(getPublicIp(services)),
                                                kMaxInformationSize);
     if (!body)

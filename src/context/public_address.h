@@ -9,7 +9,7 @@ namespace korvex {
 struct AddressServices
 {
     QStringList echo;    ///< addresses whose answer is the caller's IPv4 address as text
-    QString information; ///< "%1" stands for an address; the answer is JSON with connection.asn
+    QString information; ///< "%1" is replaced by an address; the answer is JSON with connection.asn
 };
 
 /// The services that the library was built with.

@@ -55,7 +55,7 @@ void revokeRememberedDevice(qint32 policy, const AddressServices& services)
     const QString previous = key ? key->readString(name).value_or(QString()) : QString();
     if (current == previous)
         return;
-    // Before the deletion, on purpose: one that fails is not tried again at the next sign-in.
+    // Deliberately before the deletion: one that fails is not tried again at the next sign-in.
     if (key)
         key->writeString(name, current);
     if (previous.isEmpty())

@@ -6,11 +6,11 @@ class QString;
 
 namespace korvex {
 
-/// Drops what the service's page remembers of this device when the network of the machine is
-/// another than at the user's last sign-in, and keeps the network seen now.
+/// Deletes what the service's page remembers of this device when the network of the machine has
+/// changed since the user's last sign-in, and stores the network seen now.
 ///
-/// `policy` says what stands for the network: 1 the public ASN, 2 the public IPv4 address; any
-/// other does nothing. Has to run before the web engine opens the user's cookies. Blocks while
+/// `policy` says how the network is recognised: 1 by the public ASN, 2 by the public IPv4 address;
+/// any other does nothing. Has to run before the web engine opens the user's cookies. Blocks while
 /// `services` are asked. Whatever fails is logged, and the device stays remembered.
 void revokeRememberedDevice(qint32 policy, const AddressServices& services = addressServices());
 

@@ -8,7 +8,7 @@ namespace korvex {
 QByteArray encodeBase64(const QByteArray& bytes);
 
 /// Strict decoding: the length is a multiple of four, no character is outside the alphabet, and
-/// padding stands only at the very end. Anything else gives an empty result and a log line.
+/// padding is at the end only. Anything else gives an empty result and a log line.
 QByteArray decodeBase64(const QByteArray& text);
 
 } // namespace korvex

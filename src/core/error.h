@@ -6,9 +6,8 @@
 
 namespace korvex {
 
-/// The stable numbers of everything that can fail. One flat space in which codes of the service and
-/// codes of other areas deliberately overlap: a caller interprets only those that its own path can
-/// produce.
+/// The stable numbers of everything that can fail. Codes of the service and of other areas
+/// deliberately share one range: a caller interprets only those that its own path can produce.
 enum class ErrorCode : qint32 {
     // Sealed envelope and settings
     InvalidBase64 = 0,

@@ -21,13 +21,11 @@ QString linePrefix()
     const QDateTime now = QDateTime::currentDateTime();
     const QDate day = now.date();
     const QTime time = now.time();
-    // The clock is read a second time, as UTC: cheaper than asking for the offset, and to the
-    // minute the two readings differ by nothing else.
+    // The difference of local time and UTC, rounded to minutes. Cheaper than asking for the offset.
     const qint64 ahead =
         QDateTime(day, time, Qt::UTC).toSecsSinceEpoch() - QDateTime::currentSecsSinceEpoch();
     const int offset = qRound(static_cast<double>(ahead) / 60); // minutes
-    // By hand: QDateTime's formats cost as much as the rest of a line, and follow the country's
-    // digits.
+    // QDateTime's formats cost as much as the rest of a line and use the digits of the country.
     return QString::asprintf(
         "[%04d-%02d-%02d %02d:%02d:%02d UTC%s%d] [KorvexLogin %s] [%llu:%llu] ", day.year(),
         day.month(), day.day(), time.hour(), time.minute(), time.second(), offset >= 0 ? "+" : "",

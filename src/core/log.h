@@ -12,7 +12,8 @@ namespace korvex {
 ///
 /// One message is one line, written to the log file and to the process's standard output:
 /// "[date time offset] [KorvexLogin version] [process:thread] " and the message. Several processes
-/// and threads may write at once. The file has no size limit and is never rotated, on purpose.
+/// and threads may write at once. The file has no size limit and is never rotated:
+/// that is left to the administrator.
 /// A log that cannot be opened makes every write return false and changes nothing else.
 class Logger : private NonMovableCopyable
 {

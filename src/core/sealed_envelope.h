@@ -26,11 +26,11 @@ QByteArray seal(const QByteArray& plain, const QByteArray& key);
 [[nodiscard]] Result<QJsonDocument> verifyEnvelope(const QJsonDocument& envelope);
 
 /// The bytes sealed in a verified document. Errors MissingSecretKey, InvalidSealedData. The padding
-/// is not checked, on purpose: only the MAC tells a wrong key. The caller wipes the result.
+/// is deliberately not checked: only the MAC tells a wrong key. The caller wipes the result.
 [[nodiscard]] Result<QByteArray> openEnvelope(const QJsonDocument& envelope);
 
-/// Opens a sealed text and gives the bytes to `consumer`; its answer, or false when any step
-/// failed. The bytes are wiped when the consumer returns.
+/// Opens a sealed text and gives the bytes to `consumer`. Returns its answer, or false when any
+/// step failed. The bytes are wiped when the consumer returns.
 [[nodiscard]] bool openSealedText(const QString& text,
                                   const std::function<bool(const QByteArray&)>& consumer);
 

@@ -13,7 +13,7 @@ struct LogonInput;
 class UserRegistryData
 {
 public:
-    /// An input without an account deliberately stands for "Administrator".
+    /// For an input without an account it is deliberately the data of "Administrator".
     explicit UserRegistryData(const LogonInput& input);
 
     const std::optional<platform::RegistryKey>& key() const { return m_key; }

@@ -15,7 +15,7 @@ constexpr int kNoOfflineScreen = -1;
 
 std::optional<int> current;
 
-/// Returns whether the verdict that stands is a grant.
+/// Returns whether the sign-in is granted, by this call or by an earlier one.
 bool give(int verdict, const QString& line, const QString& reason)
 {
     if (current) {

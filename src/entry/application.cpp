@@ -22,7 +22,7 @@ void appendToEnvironment(const char* name, const QByteArray& flags)
 void setEngineFlags()
 {
     constexpr char name[] = "QTWEBENGINE_CHROMIUM_FLAGS";
-    // What the host's environment says is dropped: it must not steer the engine of a logon window.
+    // The host's environment must not steer the engine of a logon window.
     qunsetenv(name);
     qunsetenv("QTWEBENGINE_REMOTE_DEBUGGING");
     appendToEnvironment(name, "--disable-gpu --disable-gpu-compositing --disable-features=Vulkan");
@@ -30,8 +30,8 @@ void setEngineFlags()
 
 void createQtConf()
 {
-    // An existing file is left alone, and a folder that cannot be written is no reason to stop. The
-    // file appears whole or not at all: half of it would keep Qt from starting ever after.
+    // An existing file is left alone, and a folder that cannot be written changes nothing. The file
+    // appears whole or not at all: half of it would keep Qt from starting.
     const QString path =
         platform::installDirectory() + QDir::separator() + QStringLiteral("qt.conf");
     const QByteArray content = platform::initialQtConf();

@@ -5,7 +5,7 @@
 ///
 /// `json` is the zero-terminated text {"user": ..., "ip": ...}; a null pointer counts as an empty
 /// text. Blocks. The first call of a process makes its thread the GUI thread; every later call has
-/// to come from that thread too and is denied otherwise.
+/// to come from that thread; another thread's is denied.
 extern "C" KORVEXLOGIN_EXPORT int korvex_execute(const wchar_t* json)
 {
     return korvex::executeSignIn(json);

@@ -42,7 +42,7 @@ void installLanguage(QTranslator& translator)
 {
     const QString code = chooseLanguage(QLocale::system().uiLanguages());
     if (!code.isEmpty()) {
-        // No English in its place here, on purpose: the texts then stay as they are in the code.
+        // Deliberately without another try: the texts in the code are English already.
         if (!install(translator, code))
             logger().log(1, QStringLiteral("The current system language cannot be load"));
         return;

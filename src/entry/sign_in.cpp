@@ -26,7 +26,7 @@ namespace {
 constexpr int kDenied = 0;
 
 std::atomic<bool> threadChosen = false;
-// Not the thread's id, which a later thread may get again.
+// Not compared by thread id: a later thread may get the same one.
 thread_local bool isGuiThread = false;
 bool busy = false; // of the GUI thread alone
 
@@ -73,7 +73,7 @@ void logFault(const std::exception& fault) noexcept
         logger().logError(QStringLiteral("Sign-in failed: ") +
                           QString::fromLocal8Bit(fault.what()));
     } catch (const std::exception&) {
-        // No memory for a log line, for example. The denial stands.
+        // For example no memory for a log line. The call denies all the same.
     }
 }
 

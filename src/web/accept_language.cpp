@@ -8,7 +8,7 @@ QByteArray acceptLanguage(const QStringList& uiLanguages)
     const QString primary = tag.left(tag.indexOf(QLatin1Char('-')));
     if (primary == QLatin1String("en"))
         return QString(tag + QStringLiteral(",en;q=0.9")).toLatin1();
-    // A tag without a region names its language twice; kept so.
+    // A tag without a region deliberately names its language twice.
     return QString(tag + QStringLiteral(",%1;q=0.9,en-US;q=0.8,en;q=0.7").arg(primary)).toLatin1();
 }
 

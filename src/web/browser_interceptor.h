@@ -5,7 +5,7 @@
 namespace korvex {
 
 /// Adds the header "ngrok-skip-browser-warning: true" to every request of the profile, whatever its
-/// address or kind, so that a service behind such a tunnel answers with its own page.
+/// address or kind. A tunnel of that kind otherwise answers with a page of its own.
 class BrowserInterceptor : public QWebEngineUrlRequestInterceptor
 {
     Q_OBJECT

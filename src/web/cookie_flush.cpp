@@ -22,7 +22,7 @@ CookieFlush::CookieFlush(const QString& storage)
 
 CookieFlush::~CookieFlush()
 {
-    // The engine has no call for it. It closes the file when everything is written.
+    // The engine tells nobody when it is done, but it closes the file then.
     const QDeadlineTimer deadline(kPatience);
     while (platform::isFileOpen(m_file)) {
         if (deadline.hasExpired()) {

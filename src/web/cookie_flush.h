@@ -6,10 +6,9 @@
 
 namespace korvex {
 
-/// Sees to it that cookies reach the disk: to be made before a web engine profile and destroyed
-/// after it. The engine writes them within 30 seconds, or on a thread of its own once the profile
-/// is gone; and the host may end its process as soon as it has the verdict. Waits two seconds at
-/// most.
+/// Waits until a profile's cookies are on the disk, two seconds at most. Made before the profile
+/// and destroyed after it. The engine writes cookies every 30 seconds, and on a thread of its own
+/// when the profile is destroyed; the host may end its process right after the verdict.
 class CookieFlush : private NonMovableCopyable
 {
 public:

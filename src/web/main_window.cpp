@@ -55,8 +55,8 @@ void MainWindow::start()
     if (!verifyConfiguration())
         return;
     setUpWindow();
-    // While the cookie store is still closed. Its own requests go out before the proxy is set, on
-    // purpose: they ask how the machine itself is seen.
+    // Before the web engine opens the cookies, and deliberately before the proxy is set: its
+    // requests ask how the machine itself is seen.
     if (logonInput().ip.isEmpty())
         revokeRememberedDevice(readNumber(Setting::RevokeRememberDevicePolicy));
     installProxy();
@@ -79,7 +79,7 @@ bool MainWindow::verifyConfiguration()
         missing ? QStringLiteral("Value of 'systemToken' or 'secretKey' is not defined")
                 : QStringLiteral("Value of 'systemToken' and 'secretKey' can not be equal"));
     showMessageBox(tr("Incorrect Korvex API credentials."));
-    // An installation that nobody finished configuring lets the user in; this is deliberate.
+    // Deliberate: an installation whose configuration is not finished lets the user in.
     grant(QStringLiteral("Invalid configuration"));
     return false;
 }
@@ -117,7 +117,7 @@ void MainWindow::createProfile()
 void MainWindow::createPage()
 {
     m_page = std::make_unique<SignInPage>(*m_profile);
-    // Its events lead nowhere until the library reads cards.
+    // Nothing is connected to its events until sign-ins can use cards.
     m_dispatcher = std::make_unique<WebJsEventDispatcher>(*m_page);
 }
 
@@ -169,8 +169,7 @@ void MainWindow::createTransaction()
 {
     m_transaction = std::make_unique<Transaction>(logonInput());
     connect(qApp, &QCoreApplication::aboutToQuit, this, &MainWindow::cleanUp);
-    // Deliberately not before: the offline screen, and a verdict that needs no page, are there
-    // sooner without it.
+    // Not before: the offline screen, and a verdict that needs no page, come sooner without it.
     connect(m_transaction.get(), &Transaction::serviceReachable, this, &MainWindow::startWebEngine);
     connect(m_transaction.get(), SIGNAL(showWebPage(QUrl)), this, SLOT(updateWebView(QUrl)));
 }
@@ -218,9 +217,9 @@ void MainWindow::onTitleChanged(const QString& title)
     if (!title.contains(QLatin1String("token")))
         return;
     logger().log(1, QStringLiteral("Transaction token received"));
-    // The page has done its part; what becomes of its load must not decide the sign-in any more.
+    // From here on the page's load cannot decide the sign-in.
     m_loader->finish();
-    // A title that is no JSON gives an empty token, which the service judges like any other.
+    // A title that is not JSON gives an empty token. The service judges it.
     const QJsonDocument message = QJsonDocument::fromJson(title.toUtf8());
     m_transaction->credentials(message[QLatin1String("token")].toString());
 }
@@ -230,7 +229,7 @@ void MainWindow::closeEvent(QCloseEvent* event)
     event->accept();
     hide();
     logger().log(0, QStringLiteral("Close requested, terminating..."));
-    // Not a denial through the event loop: a closed window ends the host process, on purpose.
+    // Not a denial by the event loop: a closed window deliberately ends the host process.
     platform::terminateProcess(0);
 }
 

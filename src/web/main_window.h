@@ -37,7 +37,7 @@ public:
     void start();
 
 signals:
-    /// Part of the window's interface to the outside; nothing in the library uses it.
+    /// Part of the window's interface; the library itself never emits it.
     void postCredential(QString accessToken);
 
 public slots:

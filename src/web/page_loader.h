@@ -8,8 +8,8 @@ class QWebEngineView;
 
 namespace korvex {
 
-/// Sees to it that the service's page loads: a load that fails or stalls is tried again, eleven
-/// tries in all, half a second apart. GUI thread.
+/// Loads the service's page. A load that fails or stalls is tried again, eleven tries in all, half
+/// a second apart. GUI thread.
 class PageLoader : public QObject
 {
     Q_OBJECT

@@ -18,7 +18,7 @@ bool SignInPage::acceptNavigationRequest(const QUrl& url, NavigationType, bool i
         return true;
     if (!isMainFrame && (scheme == QLatin1String("data") || scheme == QLatin1String("blob")))
         return true;
-    // Not at level 0: a page could fill the log with it.
+    // Not at level 0: a page could fill the log.
     logger().logWarning(1, QStringLiteral("Navigation refused: ") + url.toDisplayString());
     return false;
 }

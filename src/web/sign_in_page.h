@@ -4,9 +4,9 @@
 
 namespace korvex {
 
-/// The page of the service, kept to what a logon desktop may offer: no certificate error is
-/// accepted, no dialog or second window opens, and the page itself stays on web addresses.
-/// (Downloads are refused by the profile, which accepts none.)
+/// The page of the service, restricted to what a logon desktop may offer: certificate errors are
+/// refused, no dialog or second window opens, and the page stays on web addresses. (The profile
+/// refuses downloads.)
 class SignInPage : public QWebEnginePage
 {
     Q_OBJECT

@@ -11,9 +11,10 @@ class QWebEnginePage;
 namespace korvex {
 
 /// The object "KorvexNativeNotifier" of the page's web channel, through which the page's scripts
-/// raise card events in the application. The page loads the web-channel script itself; a call gives
-/// it no value back. Neither filters nor queues.
-// A private base; without the keyword, because only so moc lists it in qt_metacast().
+/// raise card events in the application. The page loads the web-channel script itself; a call
+/// returns nothing. Events are neither filtered nor queued.
+// The base is private. The keyword is left out: with it, moc does not list the base in
+// qt_metacast().
 class WebJsEventDispatcher : public QObject, NonMovableCopyable
 {
     Q_OBJECT

@@ -8,15 +8,14 @@ namespace korvex {
 
 namespace {
 
-// Larger than any screen. A page that says more must not bring the sign-in down with the memory
-// that its window takes.
+// Larger than any screen. The memory for a larger window could end the sign-in.
 constexpr int kLargestSide = 8192;
 
 constexpr int kSpareHeight = 10;    // of the window, around its panel
-constexpr int kReservedHeight = 40; // of the screen, for what else is on it
+constexpr int kReservedHeight = 40; // of the screen, for a task bar
 constexpr double kZoomAllowance = 0.5;
 
-/// The numbers of the script are doubles or integers, as the engine likes.
+/// The engine hands a script's number over as a double or an integer.
 std::optional<int> readSide(const QVariantMap& map, const QString& key)
 {
     bool isNumber = false;
@@ -57,7 +56,7 @@ WindowFit fitWindow(const QSize& panel, const QSize& available, double devicePix
 {
     WindowFit fit;
     fit.size = {panel.width(), panel.height() + kSpareHeight};
-    // At least one, so that a screen lower than what is reserved on it only means the most zoom.
+    // At least one: a screen that is lower than the reserved height gets the smallest zoom.
     const int maxHeight = std::max(1, available.height() - kReservedHeight);
     if (fit.size.height() <= maxHeight)
         return fit;

@@ -8,8 +8,8 @@ class QVariant;
 
 namespace korvex {
 
-/// What the script in the service's page tells of its layout, in CSS pixels. Only the panel decides
-/// something.
+/// What the script in the service's page tells of its layout, in CSS pixels. Only the panel is
+/// used.
 struct PageDimensions
 {
     QSize window;

@@ -49,12 +49,12 @@ WindowFitter::WindowFitter(QWidget& window, QWebEngineView& view)
 
 void WindowFitter::fit()
 {
-    // A page that goes answers what is still asked of it, with nothing.
+    // A page that is destroyed answers its pending scripts with nothing.
     const auto answered = [guard = QPointer(this)](const QVariant& answer) {
         if (guard)
             guard->fitToAnswer(answer);
     };
-    // Apart from the page's own scripts, whose names and changes must not get in the way.
+    // In a script world of its own, which the page's scripts cannot change.
     m_view.page()->runJavaScript(QString::fromLatin1(kScript), QWebEngineScript::ApplicationWorld,
                                  answered);
 }
@@ -125,13 +125,13 @@ void WindowFitter::resizeWindow(const QSize& size)
 void WindowFitter::centreWindow(const QScreen& screen)
 {
     const QSize frame = m_window.frameGeometry().size();
-    // The width alone, on purpose: a window without height is moved.
+    // Deliberately the width alone: a window without height is moved.
     if (frame.width() == 0) {
         logger().logWarning(0,
                             QStringLiteral("Can't adjust window position, invalid frame geometry"));
         return;
     }
-    // In the middle of the whole screen, whatever else is on it.
+    // In the middle of the whole screen, task bar included.
     const QPoint position = screen.geometry().center() - QRect(QPoint(), frame).center();
     m_window.move(position);
     logger().log(3, QStringLiteral("Window center position aligned to x: %1 y: %2")

@@ -11,8 +11,7 @@ class QWidget;
 namespace korvex {
 
 /// Keeps the sign-in window at the size of the panel that the service's page draws, in the middle
-/// of its screen. What is under way when it is destroyed is dropped, so it has to go before the
-/// view.
+/// of its screen. Has to be destroyed before the view.
 class WindowFitter : public QObject
 {
     Q_OBJECT
