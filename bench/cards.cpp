@@ -3,7 +3,7 @@
 
 #include "comparison.h"
 #include "core/log.h"
-#include "rfid/card_manager.h"
+#include "rfid/card_manager_factory.h"
 #include "rfid/sdk/reader.h"
 #include "support/posix/pcsc_daemon.h"
 #include "temporary_root.h"

@@ -4,13 +4,8 @@
 
 #include <QByteArray>
 #include <QVector>
-#include <memory>
 
 namespace korvex::rfid {
-
-namespace sdk {
-class Card;
-}
 
 /// A slot of the program's own and its payload.
 struct Slot
@@ -44,8 +39,5 @@ public:
     virtual bool releaseSlot(quint8 slot) = 0;
     virtual bool cardPresent() = 0;
 };
-
-/// The manager for a card; only a few kinds are served, on purpose. Error CardNotSupported.
-[[nodiscard]] Result<std::unique_ptr<CardManager>> makeCardManager(std::shared_ptr<sdk::Card> card);
 
 } // namespace korvex::rfid

@@ -47,7 +47,8 @@ class Card : private NonMovableCopyable
 public:
     virtual ~Card() = default;
 
-    /// Loads a key (six bytes; a shorter one is filled with zeros) into the reader's memory.
+    /// Loads a key (six bytes; a shorter one is filled with zeros) into the reader's memory. A card
+    /// that takes no keys sends nothing and returns false.
     virtual bool loadKey(const QByteArray& key, quint8 number, bool isVolatile) = 0;
     /// Opens the sector of a block with a loaded key.
     virtual bool authenticate(const KeyReference& key, quint8 block) = 0;

@@ -1,4 +1,4 @@
-#include "rfid/card_manager.h"
+#include "rfid/card_manager_factory.h"
 
 #include "rfid/card_mifare_classic_manager.h"
 
