@@ -8,14 +8,12 @@
 #include "core/settings.h"
 #include "core/user_registry_data.h"
 #include "otp/offline_secret.h"
+#include "pairs.h"
 #include "platform/paths.h"
-#include "temporary_root.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QProcess>
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <pwd.h>
@@ -29,7 +27,6 @@ namespace {
 using namespace std::chrono_literals;
 using namespace korvex::bench;
 
-constexpr int kDefaultPairs = 15;
 constexpr double kTarget = 1.3;
 constexpr double kPatience = 30000; // milliseconds
 constexpr quint32 kWindowColour = 0xfbfcfe;
@@ -143,15 +140,5 @@ int measure(int pairs)
 
 int main(int argc, char** argv)
 {
-    const TemporaryRoot root;
-    // The engine's sandbox cannot run as root.
-    if (::geteuid() == 0)
-        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
-    const QCoreApplication application(argc, argv);
-    try {
-        return measure(argc > 1 ? std::max(1, std::atoi(argv[1])) : kDefaultPairs);
-    } catch (const std::runtime_error& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+    return runPairs(argc, argv, measure);
 }

@@ -10,12 +10,11 @@
 #include "comparison.h"
 #include "core/settings.h"
 #include "mfa_service/mfa_service.h"
+#include "pairs.h"
 #include "platform/paths.h"
 #include "public_services/public_services.h"
 #include "rest/rest_client.h"
-#include "temporary_root.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -28,14 +27,12 @@
 #include <semaphore>
 #include <stdexcept>
 #include <thread>
-#include <unistd.h>
 
 namespace {
 
 using namespace std::chrono_literals;
 using namespace korvex::bench;
 
-constexpr int kDefaultPairs = 15;
 constexpr double kTarget = 1.10; // of time and of memory
 constexpr auto kPatience = 60s;
 // What the engine still does when the page stands takes memory too.
@@ -256,15 +253,5 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "no network of its own may be made here\n");
         return 1;
     }
-    const TemporaryRoot root;
-    // The engine's sandbox cannot run as root.
-    if (::geteuid() == 0)
-        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
-    const QCoreApplication application(argc, argv);
-    try {
-        return measure(argc > 1 ? std::max(1, std::atoi(argv[1])) : kDefaultPairs);
-    } catch (const std::runtime_error& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+    return runPairs(argc, argv, measure);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "card.h"
+#include "platform/posix/file_descriptor.h"
 
 #include <QByteArray>
 #include <QString>
@@ -12,29 +13,6 @@
 #include <thread>
 
 namespace korvex::virtual_card {
-
-/// A file descriptor, closed at the end.
-class Descriptor
-{
-public:
-    explicit Descriptor(int number = -1)
-        : m_number(number)
-    {}
-    ~Descriptor();
-    Descriptor(Descriptor&& other) noexcept
-        : m_number(std::exchange(other.m_number, -1))
-    {}
-    Descriptor& operator=(Descriptor&& other) noexcept
-    {
-        std::swap(m_number, other.m_number);
-        return *this;
-    }
-
-    int number() const { return m_number; }
-
-private:
-    int m_number;
-};
 
 /// Where the virtual reader waits for cards.
 struct ReaderAddress
@@ -75,8 +53,8 @@ private:
     bool waitFor(int descriptor, std::chrono::milliseconds timeout) const;
 
     Card& m_card;
-    Descriptor m_wakeUp; ///< readable once the card is to be taken away
-    Descriptor m_socket;
+    platform::FileDescriptor m_wakeUp; ///< readable once the card is to be taken away
+    platform::FileDescriptor m_socket;
     std::thread m_thread;
 
     std::mutex m_mutex; ///< guards what follows
