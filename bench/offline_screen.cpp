@@ -1,6 +1,6 @@
 // The offline screen, from the call of the library (with a service that refuses the connection) to
-// its first frame, beside a program that shows a bare QML window of the same size. The two run in
-// turn, on an X display of their own, on which the frame is looked for.
+// its first frame, against a program that shows a bare QML window of the same size. The two run in
+// turn on an X display of their own, on which the bench looks for the frame.
 //
 // Usage: bench_offline_screen [PAIRS]
 

@@ -19,7 +19,7 @@ QByteArray decodeBase32(const QByteArray& text)
 {
     const int size = std::min(text.size(), kMaximumSize);
     QByteArray bytes;
-    // At once, so that growing leaves no copies of a secret behind.
+    // Reserve all of it now: growing would leave copies of a secret in memory.
     bytes.reserve(size * 5 / 8);
     quint32 pending = 0;
     int bits = 0;

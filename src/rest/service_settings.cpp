@@ -21,7 +21,7 @@ int requestTimeout()
 {
     const int timeout =
         mainKey().readNumber(QStringLiteral("RequestTimeout")).value_or(kDefaultTimeout);
-    // Qt takes 0 for "wait for ever", which would lock the user out behind a silent service.
+    // Qt reads 0 as "no time-out", and a service that does not answer would then block the sign-in.
     return timeout > 0 ? timeout : kDefaultTimeout;
 }
 

@@ -24,7 +24,7 @@ constexpr milliseconds kRetryPause{20};
 constexpr milliseconds kForever{-1};
 constexpr time_t kSendSeconds = 5;
 
-/// What the reader says that is no command for the card.
+/// Messages of the reader that are not commands for the card.
 enum class Control : char { PowerOff = 0, PowerOn = 1, Reset = 2, TellAtr = 4 };
 
 bool isControl(const QByteArray& message, Control control)
@@ -80,7 +80,7 @@ std::expected<void, QString> Connection::start(const ReaderAddress& address, mil
     m_card.cutPower();
     m_thread = std::thread([this] { serve(); });
 
-    // The system accepts a connection before the reader does, and the reader takes one card.
+    // The system accepts a connection before the reader does, and the reader takes only one card.
     std::unique_lock lock(m_mutex);
     m_changed.wait_until(lock, deadline, [this] { return m_noticed || m_ended; });
     const bool noticed = m_noticed;
@@ -159,8 +159,8 @@ std::optional<QByteArray> Connection::receive(int size)
         if (got <= 0)
             return std::nullopt;
         done += static_cast<int>(got);
-        // The reader sends length and content apart; without an acknowledgement at once its
-        // system would keep the content back for some 40 ms. Has to be said each time.
+        // The reader sends length and content separately. Without an acknowledgement at once, its
+        // system would hold the content back for about 40 ms. The option has to be set each time.
         const int on = 1;
         ::setsockopt(m_socket.get(), IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
     }

@@ -22,20 +22,20 @@ struct ReaderAddress
 };
 
 /// A card that lies on the virtual reader of vsmartcard-vpcd, served by a thread of its own. The
-/// reader is the one that listens; messages both ways are a length of two bytes, big-endian, and
-/// that many bytes.
+/// reader listens and the card connects. A message in either direction is a length of two bytes,
+/// big-endian, and that many bytes.
 class Connection
 {
 public:
-    /// The card has to live longer.
+    /// `card` has to outlive this object.
     explicit Connection(Card& card);
     /// Takes the card away.
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    /// Lays the card on the reader; waits until the reader listens and has noticed the card.
-    /// To be called once. On failure the reason, for people.
+    /// Lays the card on the reader; waits until the reader listens and has noticed the card. To be
+    /// called once. The error is the reason, as a text for people.
     [[nodiscard]] std::expected<void, QString> start(const ReaderAddress& address,
                                                      std::chrono::milliseconds timeout);
     /// Takes the card away. Does not wait for a slow answer.
