@@ -1,5 +1,5 @@
-// Texts of 64 KiB that are almost an address, each by the address pattern: a service on the
-// internet may answer with them.
+// The time that the address pattern takes for texts of 64 KiB that are almost an address. A service
+// on the internet may answer with such texts.
 
 #include "clocks.h"
 #include "context/ip_address.h"

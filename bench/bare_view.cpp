@@ -1,7 +1,7 @@
-// The least program that shows a page: a web view with the product's engine flags, application
-// attributes and window size, and nothing else. It shows its window at once, as a plain program
-// does and so that its first frame is drawn while the page loads: the faster way, and so the harder
-// one to keep up with for the product, whose window stays hidden until the page has loaded.
+// The smallest program that shows a page: a web view with the product's engine flags, application
+// attributes and window size, and nothing else. It shows its window at once, so that the first
+// frame is drawn while the page loads. That is faster than the way of the product, whose window
+// stays hidden until the page has loaded.
 //
 // Loads the address that is its argument and prints "started MILLISECONDS" when the page has set
 // the title that hands over a token.

@@ -1,4 +1,4 @@
-// The least program that shows a QML window: the size and colour of the offline screen, the
+// The smallest program that shows a QML window: the size and colour of the offline screen, the
 // product's application attributes, and nothing else. Prints "started MILLISECONDS" first.
 
 #include "clocks.h"

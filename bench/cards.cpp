@@ -1,9 +1,9 @@
-// The slot store: how many commands each operation sends, and what one command costs over the PC/SC
-// daemon beside the same bytes by the bare calls.
+// The slot store: how many commands each operation sends, and the time of one command through the
+// PC/SC daemon, against the same bytes by plain PC/SC calls.
 
 #include "comparison.h"
 #include "core/log.h"
-#include "rfid/card_manager.h"
+#include "rfid/card_manager_factory.h"
 #include "rfid/sdk/reader.h"
 #include "support/posix/pcsc_daemon.h"
 #include "temporary_root.h"
@@ -64,7 +64,7 @@ void printCommands(virtual_card::Card& card, CardManager& manager)
     }
 }
 
-/// The card on the reader by the bare calls.
+/// The card on the reader, used by plain PC/SC calls.
 class BareCard
 {
 public:
@@ -103,7 +103,7 @@ private:
     DWORD m_protocol = 0;
 };
 
-/// Of one call, by the wall clock, since both sides wait for the daemon.
+/// The time of one call, by the wall clock, since both sides wait for the daemon.
 template <typename Function>
 double microseconds(Function exchange)
 {
@@ -112,7 +112,7 @@ double microseconds(Function exchange)
     return (bench::sharedNow() - begin) * 1e3;
 }
 
-/// Call by call in turn, and the median of many: how the daemon's threads happen to be scheduled
+/// Alternates single calls and takes the median of many: the scheduling of the daemon's threads
 /// changes a call by more than the sides differ.
 template <typename Ours, typename Bare>
 bench::Comparison compareExchanges(Ours ours, Bare bare)
@@ -168,7 +168,7 @@ int main(int argc, char** argv)
         printCommands(*card, **makeCardManager(reader.card()));
     }
 
-    // Both sides share one card on one reader: no two readers of the daemon are equally quick.
+    // Both sides share one card on one reader, because the daemon's readers differ in speed.
     const auto context = sdk::__::Context::establish();
     const auto shared = context ? sdk::openCard(context, name, false) : nullptr;
     if (!shared)

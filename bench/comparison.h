@@ -6,8 +6,8 @@
 
 namespace korvex::bench {
 
-/// The product and a baseline, measured in turn: the i-th value of one stands beside the i-th of
-/// the other, from the same moment and so the same load of the machine.
+/// The product and a baseline, measured in turn. The i-th values of both are from the same moment,
+/// and so from the same load of the machine.
 struct Comparison
 {
     const char* subject;
@@ -22,11 +22,12 @@ double median(std::vector<double> values);
 void printHeading(const char* baseline);
 
 /// Prints one line: the medians, the median ratio of the pairs with their quartiles, and whether
-/// that ratio keeps the target. True when it does.
+/// that ratio is at most the target. True when it is.
 bool report(const Comparison& comparison, double target);
 
-/// Microseconds per call, from many calls at a time, so that the clock itself does not count.
-/// Processor time, which other programs on the machine do not add to: neither side waits.
+/// Compares two functions, in microseconds of processor time per call. Many calls are timed
+/// together, so that the clock itself does not count. Processor time is right because neither side
+/// waits, and other programs on the machine do not add to it.
 template <typename Ours, typename Baseline>
 Comparison compareCalls(const char* subject, Ours ours, Baseline baseline)
 {

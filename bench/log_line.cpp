@@ -1,5 +1,5 @@
-// A log line, beside the same line formatted with one QDateTime and written once to a file and once
-// to standard output.
+// A log line, against the same line formatted with one QDateTime and written once to a file and
+// once to standard output.
 
 #include "core/log.h"
 

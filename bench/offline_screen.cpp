@@ -1,6 +1,6 @@
 // The offline screen, from the call of the library (with a service that refuses the connection) to
-// its first frame, beside a program that shows a bare QML window of the same size. The two run in
-// turn, on an X display of their own, on which the frame is looked for.
+// its first frame, against a program that shows a bare QML window of the same size. The two run in
+// turn on an X display of their own, on which the bench looks for the frame.
 //
 // Usage: bench_offline_screen [PAIRS]
 
@@ -10,14 +10,12 @@
 #include "core/settings.h"
 #include "core/user_registry_data.h"
 #include "otp/offline_secret.h"
+#include "pairs.h"
 #include "platform/paths.h"
-#include "temporary_root.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QProcess>
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <pwd.h>
@@ -31,7 +29,6 @@ namespace {
 using namespace std::chrono_literals;
 using namespace korvex::bench;
 
-constexpr int kDefaultPairs = 15;
 constexpr double kTarget = 1.3;
 constexpr double kPatience = 30000; // milliseconds
 constexpr quint32 kWindowColour = 0xfbfcfe;
@@ -146,15 +143,5 @@ int measure(int pairs)
 
 int main(int argc, char** argv)
 {
-    const TemporaryRoot root;
-    // The engine's sandbox cannot run as root.
-    if (::geteuid() == 0)
-        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
-    const QCoreApplication application(argc, argv);
-    try {
-        return measure(argc > 1 ? std::max(1, std::atoi(argv[1])) : kDefaultPairs);
-    } catch (const std::runtime_error& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+    return runPairs(argc, argv, measure);
 }

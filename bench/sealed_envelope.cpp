@@ -1,4 +1,4 @@
-// Opening a sealed text, beside the same steps written straight on libcrypto.
+// Opening a sealed text, against the same steps written with plain calls of libcrypto.
 
 #include "core/sealed_envelope.h"
 
@@ -70,7 +70,7 @@ QByteArray openDirectly(const QString& text)
         CRYPTO_memcmp(mac.constData(), expected.data(), expected.size()) != 0)
         return {};
 
-    // The product derives the key for each of the two steps anew, so it is done here too.
+    // The product derives the key again for each of the two steps, so this does too.
     const auto cipherKey = key();
     QByteArray initial = decode(iv);
     const QByteArray sealed = decode(value);

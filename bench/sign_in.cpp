@@ -1,21 +1,20 @@
-// A sign-in, from the call of the library to the page shown, and the memory that it takes, beside a
-// program that shows the same page of the same service. The two run in turn, on an X display. Then
-// the same sign-in with the revocation of remembered devices, which asks three times for an
-// address.
+// A sign-in, from the call of the library to the page shown, and the memory that it takes, against
+// a program that shows the same page of the same service. The two run in turn, on an X display.
+// Then the same sign-in with the revocation of remembered devices, which sends three requests for
+// addresses.
 //
-// The network is the bench's own, where the services that are asked are loopback.
+// It runs in a network of its own, where the public services are on loopback.
 //
 // Usage: bench_sign_in [PAIRS]
 
 #include "comparison.h"
 #include "core/settings.h"
 #include "mfa_service/mfa_service.h"
+#include "pairs.h"
 #include "platform/paths.h"
 #include "public_services/public_services.h"
 #include "rest/rest_client.h"
-#include "temporary_root.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -28,17 +27,15 @@
 #include <semaphore>
 #include <stdexcept>
 #include <thread>
-#include <unistd.h>
 
 namespace {
 
 using namespace std::chrono_literals;
 using namespace korvex::bench;
 
-constexpr int kDefaultPairs = 15;
 constexpr double kTarget = 1.10; // of time and of memory
 constexpr auto kPatience = 60s;
-// What the engine still does when the page stands takes memory too.
+// The engine still takes memory for a while after the page is shown.
 constexpr auto kSettling = 300ms;
 
 const QString kUser = QStringLiteral("BENCH\\root");
@@ -48,8 +45,8 @@ constexpr char kInitBody[] =
     R"({"systemToken": "bench-system-token", "username": "BENCH\\root", "params":
         {"appVer": "bench", "hostName": "bench", "rdpMode": false, "hrpsk": ""}})";
 
-/// The page has been drawn two frames after it was loaded. Once the service has answered it enters
-/// the code, so that either program comes to an end of its own.
+/// The page has been drawn two frames after it was loaded. Once the service has answered, the page
+/// enters the code, so that both programs end by themselves.
 constexpr char kPageScript[] = R"(<script>
 addEventListener('load', () => requestAnimationFrame(() => requestAnimationFrame(async () => {
   await fetch('/shown');
@@ -78,8 +75,8 @@ double peakMemory(const QString& process)
     return sum;
 }
 
-/// What one run of a program gave: the time to each page that it showed, and its memory while it
-/// showed the first.
+/// The results of one run of a program: the time to each page that it showed, and its memory while
+/// it showed the first.
 struct Run
 {
     std::vector<double> milliseconds;
@@ -183,7 +180,7 @@ private:
     std::atomic<double> m_shownAt = 0;
     std::binary_semaphore m_shown{0};
     std::binary_semaphore m_goOn{0};
-    korvex::mfa_service::MfaService m_service; // last: its threads use what stands above
+    korvex::mfa_service::MfaService m_service; // last, because its threads use the members above
 };
 
 /// What revocation adds to a sign-in: three requests of its own, none to the MFA service.
@@ -256,15 +253,5 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "no network of its own may be made here\n");
         return 1;
     }
-    const TemporaryRoot root;
-    // The engine's sandbox cannot run as root.
-    if (::geteuid() == 0)
-        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
-    const QCoreApplication application(argc, argv);
-    try {
-        return measure(argc > 1 ? std::max(1, std::atoi(argv[1])) : kDefaultPairs);
-    } catch (const std::runtime_error& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+    return runPairs(argc, argv, measure);
 }

@@ -1,4 +1,4 @@
-// Checking a one-time code, beside the HMACs that it takes straight on libcrypto.
+// Checking a one-time code, against the HMACs that it takes, by plain calls of libcrypto.
 
 #include "comparison.h"
 #include "core/current_sign_in.h"
@@ -36,7 +36,7 @@ public:
     QByteArray key() const override { return QByteArray(kKey.constData(), kKey.size()); }
 };
 
-/// The values of three steps, truncated and formatted by nobody.
+/// The HMACs of three steps, neither truncated nor formatted.
 void threeHmacs()
 {
     for (unsigned char step = 0; step < 3; ++step) {
@@ -48,7 +48,7 @@ void threeHmacs()
     }
 }
 
-/// Of one call, by the wall clock, since reading storage may wait; the median of many.
+/// The time of one call, by the wall clock, since reading storage may wait; the median of many.
 template <typename Function>
 double microseconds(Function isAsExpected)
 {
@@ -71,7 +71,7 @@ int main()
     const TemporaryRoot root;
     ::dup2(::open("/dev/null", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
 
-    // Refused by all three steps, as the dearest code is.
+    // Wrong for all three steps, which takes longest.
     const QString wrong = QStringLiteral("000000");
     const otp::TOTPProvider totp(std::make_shared<KnownKey>());
     const auto check = [&] {
@@ -81,8 +81,13 @@ int main()
     printHeading("three HMAC-SHA1 straight on libcrypto");
     const bool met = report(compareCalls("verifyAt, key in memory", check, threeHmacs), kTarget);
 
+<<<<<<< HEAD
     // As the screen does it, from the attempt limiter to the recovery code.
     beginSignIn({.user = QStringLiteral("root")});
+=======
+    // The whole check of the screen, from the attempt limiter to the recovery code.
+    beginSignIn(QJsonDocument(QJsonObject{{QStringLiteral("user"), QStringLiteral("root")}}));
+>>>>>>> kn
     const RecoveryCodeController recovery;
     if (!mainKey().writeString(QStringLiteral("SecretKey"), QStringLiteral("bench-key")) ||
         !otp::storeOtpSecret(userRegistryData().get(), kSecret) || !recovery.regenCode())

@@ -8,7 +8,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     using namespace korvex::rfid::sdk;
     const QByteArray atr = fuzz::bytesOf(data, size);
     const auto type = parseAtr(atr);
-    // What has the form of a contactless card's answer offers T=1, so that it can be probed.
+    // Every answer in the form of a contactless card offers T=1, so that the card can be probed.
     fuzz::require(!type || offersT1(atr));
     fuzz::require(!type || *type <= CardType::Unknown);
     return 0;

@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const QByteArray input = fuzz::bytesOf(data, size);
     fuzz::require(otp::decodeBase32(encode(input)) == input);
 
-    // What is accepted is the text of what it decodes to, but for the bits that are dropped.
+    // An accepted text is the encoding of the decoded bytes, except for the bits that are dropped.
     const QByteArray decoded = otp::decodeBase32(input);
     fuzz::require(decoded.isEmpty() || input.startsWith(encode(decoded).chopped(1)));
     return 0;

@@ -7,7 +7,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     using namespace korvex;
     const QByteArray response = fuzz::bytesOf(data, size);
     const auto parsed = ISO7816Parser().parse(response);
-    // Nothing but the status is ever taken away.
+    // Only the status is removed.
     fuzz::require(!parsed || *parsed + QByteArray("\x90\x00", 2) == response);
     return 0;
 }

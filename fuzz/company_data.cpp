@@ -10,7 +10,7 @@ namespace {
 
 QJsonObject parse(const QByteArray& text)
 {
-    // Qt 5.15 loses a few bytes when a name comes twice and stands for an object or array.
+    // Qt 5.15 leaks a few bytes when a name occurs twice and its value is an object or array.
     const __lsan::ScopedDisabler ignoreLeaks;
     return QJsonDocument::fromJson(text).object();
 }

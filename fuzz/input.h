@@ -7,7 +7,7 @@
 
 namespace korvex::fuzz {
 
-/// A copy of its own size, so that reading beyond its end is seen.
+/// A copy in a buffer of exactly that size, so that a read beyond its end is found.
 inline QByteArray bytesOf(const uint8_t* data, size_t size)
 {
     return {reinterpret_cast<const char*>(data), static_cast<int>(size)};

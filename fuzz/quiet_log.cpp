@@ -1,4 +1,4 @@
-// A log that writes nothing: a refused input costs a line, and there are thousands a second.
+// A log that writes nothing: each refused input logs a line, and there are thousands per second.
 
 #include "core/log.h"
 

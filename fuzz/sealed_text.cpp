@@ -6,7 +6,7 @@
 
 namespace korvex {
 
-/// Instead of the registry's, which would be most of the time.
+/// A fixed key: reading the one in the registry would take most of the time.
 QByteArray readSecretKey()
 {
     return "fuzzed";
@@ -19,8 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     using namespace korvex;
     const QByteArray input = fuzz::bytesOf(data, size);
 
-    // As a text from the service, and past the outer base64. Opened also when the MAC is wrong:
-    // whoever holds the key can make any.
+    // As a text from the service, and as the bytes inside the outer base64. Opened even with a
+    // wrong MAC: whoever holds the key can make any envelope with a correct one.
     for (const QByteArray& text : {input, encodeBase64(input)}) {
         if (const auto envelope = parseEnvelope(text)) {
             (void)verifyEnvelope(*envelope);

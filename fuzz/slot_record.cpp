@@ -7,10 +7,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     using namespace korvex;
     using namespace korvex::rfid;
     const QByteArray input = fuzz::bytesOf(data, size);
-    // What decodes is exactly what would be written for it, at the start of the area.
+    // An area that decodes starts with the record that would be written for its payload.
     const auto payload = decodeSlotRecord(slotRecordOf(input));
     fuzz::require(!payload || input.startsWith(encodeSlotRecord(*payload)));
-    // And what is written decodes, whatever stands behind it.
+    // A written record decodes, whatever follows it.
     if (!input.isEmpty() && input.size() <= 0xFFFF)
         fuzz::require(decodeSlotRecord(slotRecordOf(encodeSlotRecord(input) + input)) == input);
     return 0;

@@ -1,25 +1,14 @@
 #include "core/base64.h"
 
+#include "core/digit_table.h"
 #include "core/log.h"
-
-#include <array>
-#include <string_view>
 
 namespace korvex {
 
 namespace {
 
-constexpr std::string_view kAlphabet =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-constexpr quint8 kNoDigit = 0xff;
-
-constexpr std::array<quint8, 256> kDigits = [] {
-    std::array<quint8, 256> digits{};
-    digits.fill(kNoDigit);
-    for (size_t i = 0; i < kAlphabet.size(); ++i)
-        digits[static_cast<quint8>(kAlphabet[i])] = static_cast<quint8>(i);
-    return digits;
-}();
+constexpr auto kDigits =
+    digitTable("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/");
 
 QByteArray refuse(const char* reason)
 {

@@ -20,13 +20,14 @@ void endSignIn(bool accepted)
         grant(QStringLiteral("Correct code for Offline Mode!"));
         return;
     }
-    // Not a denial through the event loop: a closed window ends the host process, on purpose.
+    // Without a correct code the host process ends at once; it gets no denial.
     logger().log(0, QStringLiteral("Offline Mode close requested. Last code was incorrect. "
                                    "Terminate process"));
     platform::terminateProcess(0);
 }
 
-/// Waits for the screen; what is then to be done by the application, if anything.
+/// Waits until the screen closes. Returns what the application then has to do; empty when the
+/// screen was torn down.
 std::function<void()> awaitClose(const std::shared_ptr<ScreenResult>& result)
 {
     if (!result) {

@@ -2,7 +2,6 @@
 
 #include "core/language.h"
 #include "core/log.h"
-#include "offline_mode/offline_mode_controller.h"
 
 #include <QCoreApplication>
 #include <QTranslator>
@@ -13,9 +12,10 @@ namespace {
 
 int languageOf(const QTranslator& translator)
 {
-    // Without a translation the texts are the English ones of the code.
-    const auto entry = languageNumbers().find(translator.language());
-    return entry == languageNumbers().end() ? OfflineModeController::English : entry->second;
+    const auto& numbers = languageNumbers();
+    const auto entry = numbers.find(translator.language());
+    // Without a translation the screen shows the English texts of the code.
+    return entry != numbers.end() ? entry->second : numbers.at(QStringLiteral("en_US"));
 }
 
 } // namespace

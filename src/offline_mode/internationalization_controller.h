@@ -21,10 +21,10 @@ public:
     explicit InternationalizationController(QTranslator& translator);
 
     int selectedLanguage() const { return m_language; }
-    /// Loads the language into the application's translator. A number of no language is ignored.
+    /// Loads the language into the application's translator. An unknown number is ignored.
     void setSelectedLanguage(int language);
 
-    /// A name of the language list in the selected language; any other text as it is.
+    /// The translation of a name of the language list; any other text unchanged.
     Q_INVOKABLE QString translate(const QString& message) const;
 
 signals:

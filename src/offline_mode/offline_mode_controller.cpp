@@ -32,8 +32,8 @@ std::unique_ptr<T> make(Arguments&&... arguments)
 
 void prepareQml()
 {
-    // Drawn without a graphics driver, which a logon desktop may lack; the screen is also there
-    // sooner. Has no effect, and needs none, in a process that has shown a web page before.
+    // Draw without a graphics driver: a logon desktop may have none, and the screen appears sooner.
+    // In a process that has shown a web page before, this has no effect and is not needed.
     QQuickWindow::setSceneGraphBackend(QSGRendererInterface::Software);
     qRegisterMetaType<OtpValidateResult>();
     qmlRegisterUncreatableMetaObject(OfflineModeController::staticMetaObject,
@@ -61,7 +61,7 @@ struct OfflineModeController::Screen
     std::unique_ptr<ComboBoxLanguageDataModel> languages = make<ComboBoxLanguageDataModel>();
     std::unique_ptr<CustomTools> tools = make<CustomTools>();
     std::unique_ptr<FileValidator> fileValidator = make<FileValidator>();
-    QQmlApplicationEngine engine; // last: what it shows uses what stands above
+    QQmlApplicationEngine engine; // last, because it uses the objects above
 };
 
 void OfflineModeController::Screen::provideObjects()

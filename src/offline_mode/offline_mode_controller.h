@@ -10,8 +10,8 @@ class QTranslator;
 
 namespace korvex::offline_mode {
 
-/// The holder of the offline screen: builds it when the service cannot be reached, and takes it
-/// down at the end of the sign-in. GUI thread.
+/// Owns the offline screen: builds it when the service cannot be reached and destroys it at the end
+/// of the sign-in. GUI thread.
 class OfflineModeController : private NonMovableCopyable
 {
     Q_GADGET
@@ -24,8 +24,8 @@ public:
     OfflineModeController();
     ~OfflineModeController();
 
-    /// Hands over what the screen of this sign-in works with. Both outlive tearDown(). The
-    /// translator holds the language of the sign-in; the screen may load another into it.
+    /// Sets what the screen of this sign-in uses. Both have to live until tearDown() has returned.
+    /// The translator holds the language of the sign-in; the screen may load another into it.
     void prepare(QApplication& application, QTranslator& translator);
 
     /// Builds and shows the screen; false when that is impossible. Needs prepare().
@@ -45,7 +45,7 @@ private:
     std::unique_ptr<Screen> m_screen;
 };
 
-/// The holder of this process.
+/// The only controller of this process.
 OfflineModeController& offlineMode();
 
 } // namespace korvex::offline_mode

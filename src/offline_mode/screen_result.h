@@ -8,12 +8,13 @@
 
 namespace korvex::offline_mode {
 
-/// What the offline screen tells the exit handler. Shared by the two, so that the handler, whose
-/// thread nobody waits for, may outlive the screen. Any thread.
+/// What the offline screen tells the exit handler. Both share it, because the handler's thread is
+/// detached and may outlive the screen. Any thread.
 class ScreenResult : private NonMovableCopyable
 {
 public:
-    /// The result of the last check. Wakes nobody: a wrong code leaves the window open.
+    /// The result of the last check. Does not wake the handler: a wrong code leaves the window
+    /// open.
     void store(bool accepted);
 
     /// The window is to close. Without any check before, the result is false.

@@ -62,7 +62,8 @@ bool TotpController::verify(const QString& code)
         }
     }
     m_limiter.reset();
-    // Also after a one-time code: whatever recovery code somebody was told is worth nothing now.
+    // Also after a one-time code: a recovery code that somebody was told before must not work any
+    // more.
     m_recoveryCode.regenCode();
     logger().log(0, QStringLiteral("Code verification success!"));
     return true;

@@ -24,7 +24,8 @@ public:
     /// Makes a recovery code when the machine has none.
     explicit TotpController(std::shared_ptr<ScreenResult> result);
 
-    /// Says about the form of a code, and whether another attempt is allowed, without counting one.
+    /// Checks the form of a code and whether another attempt is allowed. Does not count as an
+    /// attempt.
     Q_INVOKABLE korvex::offline_mode::OtpValidateResult
     getValidateResult(const QString& code) const;
 
@@ -46,7 +47,7 @@ private:
     std::shared_ptr<ScreenResult> m_result;
     otp::AttemptLimiter m_limiter;
     RecoveryCodeController m_recoveryCode;
-    QTimer m_ticks; ///< runs while a wait is imposed
+    QTimer m_ticks; ///< runs while the user has to wait
 };
 
 } // namespace korvex::offline_mode

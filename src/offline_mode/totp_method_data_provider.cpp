@@ -9,7 +9,7 @@ namespace korvex::offline_mode {
 
 namespace {
 
-constexpr int kMaxLength = 4096; // what is longer was not written by the service
+constexpr int kMaxLength = 4096; // characters; the service writes no longer texts
 
 QString stored(Setting id)
 {
@@ -23,8 +23,8 @@ constexpr std::array kBuiltInTexts = {
                       "Contact your organization's IT help or support desk."),
 };
 
-/// A built-in text in the user's language, a text of the organisation as it is. They are told apart
-/// by their wording alone: an organisation that uses the same words gets them translated too.
+/// A built-in text in the user's language, or a text of the organisation unchanged. Only the
+/// wording tells them apart: an organisation that uses the same words gets them translated too.
 QString translated(Setting id)
 {
     const QString text = stored(id);

@@ -23,7 +23,7 @@ class TotpMethodDataProvider : public QObject
 
 public:
     QString companyName() const;
-    /// The product's own name as long as the service has told no other.
+    /// The name that the service has sent; the product's own name when there is none.
     QString applicationName() const;
     /// The company's logo when its file can be shown, else the built-in one.
     QUrl logoUrl() const;
@@ -32,8 +32,8 @@ public:
     QString helpMessage() const;
     QString helpLink1() const;
     QString helpLink2() const;
-    /// The recovery code as it is stored, encrypted: what a help desk needs to tell the code. The
-    /// screen does not show it: it is nobody's business who only stands before the machine.
+    /// The recovery code in its stored, encrypted form, which the help desk needs to tell the code.
+    /// The screen does not show it, because anybody in front of the machine could read it.
     QString recoveryCode() const;
 
 signals:

@@ -34,7 +34,7 @@ qint64 AttemptLimiter::secondsToWait() const
 {
     if (!m_locked || isBelowLimit())
         return 0;
-    // A clock that was set back never ends the wait, nor shows more than the whole of it.
+    // A clock that was set back neither ends the wait nor makes it longer than a full one.
     const qint64 elapsed = std::max<qint64>(now() - m_lockStart, 0);
     const qint64 wait = readNumber64(Setting::OfflineTotpTimeBetweenAttempts);
     return elapsed < wait ? wait - elapsed : 0;

@@ -4,8 +4,9 @@
 
 namespace korvex::otp {
 
-/// Makes whoever tries codes wait after some attempts: OfflineTOTPMaxAttempts of them, then
-/// OfflineTOTPTimeBetweenAttempts seconds. Kept in memory only, so a new sign-in starts anew.
+/// Limits how often codes may be tried: after OfflineTOTPMaxAttempts attempts the user has to wait
+/// OfflineTOTPTimeBetweenAttempts seconds. The count is in memory only, so each sign-in starts at
+/// zero.
 class AttemptLimiter
 {
 public:

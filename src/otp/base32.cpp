@@ -1,26 +1,17 @@
 #include "otp/base32.h"
 
+#include "core/digit_table.h"
 #include "core/secret.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 
 namespace korvex::otp {
 
 namespace {
 
-constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZ234567";
 constexpr int kMaximumSize = 100000;
-constexpr quint8 kNoDigit = 0xff;
 
-constexpr std::array<quint8, 256> kDigits = [] {
-    std::array<quint8, 256> digits{};
-    digits.fill(kNoDigit);
-    for (size_t i = 0; i < kAlphabet.size(); ++i)
-        digits[static_cast<quint8>(kAlphabet[i])] = static_cast<quint8>(i);
-    return digits;
-}();
+constexpr auto kDigits = digitTable("ABCDEFGHIJKLMNOPQRSTUVWXYZ234567");
 
 } // namespace
 
@@ -28,7 +19,7 @@ QByteArray decodeBase32(const QByteArray& text)
 {
     const int size = std::min(text.size(), kMaximumSize);
     QByteArray bytes;
-    // At once, so that growing leaves no copies of a secret behind.
+    // Reserve all of it now: growing would leave copies of a secret in memory.
     bytes.reserve(size * 5 / 8);
     quint32 pending = 0;
     int bits = 0;

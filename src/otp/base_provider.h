@@ -8,7 +8,7 @@ namespace korvex::otp {
 class BaseProvider
 {
 public:
-    /// True when `code` is right now.
+    /// True when `code` is valid at this moment.
     virtual bool verify(const QString& code) = 0;
 
     virtual ~BaseProvider() = default;

@@ -19,7 +19,7 @@ public:
     KeyProvider& operator=(const KeyProvider&) = delete;
 
     /// The key's bytes, read from storage each time and not kept. Empty when there is no secret or
-    /// it is no base32 text. The caller wipes it.
+    /// it is not base32 text. The caller wipes the result.
     virtual QByteArray key() const;
 
 private:

@@ -26,7 +26,7 @@ bool isWithinBounds(const QByteArray& bytes)
 
 QString protectSecret(const QByteArray& secret)
 {
-    // What would read as no secret must not replace one.
+    // A value that would read back as no secret must not replace a good one.
     if (!isWithinBounds(secret))
         return {};
     const auto blob = platform::protectData(secret);

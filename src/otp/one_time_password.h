@@ -6,7 +6,7 @@
 
 namespace korvex::otp::utils {
 
-/// Makes the truncated value of RFC 4226 section 5.3, of 31 bits, from a key and a message; nothing
+/// Computes the truncated value of RFC 4226 section 5.3 (31 bits) from a key and a message; nothing
 /// when either is empty.
 using HmacAlgorithm =
     std::function<std::optional<quint32>(const QByteArray& key, const QByteArray& message)>;

@@ -10,14 +10,14 @@ class UserRegistryData;
 
 namespace korvex::otp {
 
-/// Where an offline secret that has just been opened goes.
+/// Stores the offline secret that the service has sent.
 class OTPManager
 {
 public:
     explicit OTPManager(std::shared_ptr<const UserRegistryData> data);
 
-    /// Stores the secret that it is called with, for the account; true when it was stored. Outlives
-    /// this object.
+    /// A function that stores a secret for the account and returns whether that worked. It may be
+    /// called after the end of this object.
     std::function<bool(const QByteArray&)> setOtpSecret() const;
 
 private:

@@ -18,8 +18,8 @@ namespace korvex {
 
 namespace {
 
-/// In UTF-8 three bytes each: even then a typed text leaves room for the salt in the smallest
-/// block, and cannot be cut to the text of another.
+/// In characters, which take up to three bytes each in UTF-8. Even then the smallest block holds
+/// the whole code and some of the salt, so a code is never cut to the text of another one.
 constexpr int kLongestTypedCode = 12;
 
 using Failure = KorvexError<RecoveryCodeError>;
@@ -46,14 +46,14 @@ RsaKey readPublicKey(const QByteArray& pem)
             &RSA_free};
 }
 
-/// A JSON object of the code and the salt, cut or filled up with zeros to the size. Both stand in
-/// it as they are, without escapes, and a long salt is cut together with the end of the object: on
-/// purpose, since nothing but the same text made the same way is compared with it.
+/// A JSON object of the code and the salt, cut or padded with zeros to `size` bytes. Code and salt
+/// are not escaped, and a long salt is cut together with the end of the object. That does no harm:
+/// a block is only compared with blocks that are made in the same way.
 QByteArray plainBlock(const QString& code, const QByteArray& salt, int size)
 {
     QByteArray codeBytes = code.toUtf8();
     QByteArray block;
-    block.reserve(codeBytes.size() + salt.size() + size); // growing would leave copies behind
+    block.reserve(codeBytes.size() + salt.size() + size); // growing would leave copies in memory
     block += R"({"code":")";
     block += codeBytes;
     block += R"(","_":")";
@@ -92,7 +92,7 @@ std::expected<QString, Failure> encryptRecoveryCode(const QString& code,
         wipe(salt);
         return std::unexpected(failureOf(RecoveryCodeError::NoPublicKey));
     }
-    ERR_clear_error(); // what others left would be taken for the cause
+    ERR_clear_error(); // older errors would be taken for the cause
     const RsaKey key = readPublicKey(publicKey);
     if (!key) {
         wipe(salt);
@@ -142,7 +142,7 @@ bool RecoveryCodeController::verifyCode(const QString& code) const
                           encrypted.error().message);
         return false;
     }
-    // A value that is absent reads as empty, which no encrypted text is.
+    // An absent value reads as empty, and an encrypted text is never empty.
     return readString(Setting::RecoveryCode) == *encrypted;
 }
 

@@ -9,7 +9,7 @@
 
 namespace korvex {
 
-/// What can go wrong with a recovery code. The numbers are their own.
+/// What can go wrong with a recovery code. The numbers are independent of ErrorCode.
 enum class RecoveryCodeError : qint32 {
     NotStored = 0,
     NotEncrypted = 1,
@@ -18,9 +18,9 @@ enum class RecoveryCodeError : qint32 {
     NoSalt = 4,
 };
 
-/// What is stored for a code: the base64 text of its raw RSA encryption under a public key in PEM
-/// form, with the SecretKey setting as salt. The same code gives the same text, on purpose: only so
-/// can a code be checked by who cannot decrypt.
+/// The stored form of a code: the base64 text of its raw RSA encryption under a public key in PEM
+/// form, with the SecretKey setting as salt. The same code always gives the same text: the machine
+/// cannot decrypt, so it checks a code by encrypting it again.
 [[nodiscard]] std::expected<QString, KorvexError<RecoveryCodeError>>
 encryptRecoveryCode(const QString& code, const QByteArray& publicKey = recoveryPublicKey());
 
@@ -30,8 +30,8 @@ class RecoveryCodeController
 public:
     explicit RecoveryCodeController(QByteArray publicKey = recoveryPublicKey());
 
-    /// Replaces the code by a new one of six digits. False, with the cause logged and the code
-    /// before still in place, when that failed.
+    /// Replaces the code by a new one of six digits. On failure logs the cause, keeps the old code
+    /// and returns false.
     bool regenCode() const;
 
     /// Whether this is the code. A failure is logged.

@@ -54,7 +54,7 @@ QVector<quint64> TOTPProvider::timeWindows(quint64 time) const
     if (m_period == 0 || m_period > kMaximumPeriod)
         return {};
     QVector<quint64> counters;
-    // The step before the first is the largest number: 1970 has no sign-ins to lose by that.
+    // The subtraction wraps around for the first steps of 1970 only.
     const quint64 oldest = time / m_period - m_timeWindows;
     for (quint64 i = 0; i <= 2 * quint64{m_timeWindows}; ++i)
         counters.append(oldest + i);
@@ -74,8 +74,8 @@ std::optional<QString> TOTPProvider::generate(quint64 counter) const
     wipe(key);
     if (!value || m_digits > kMaximumDigits)
         return std::nullopt;
-    // A value with fewer digits than a code has makes no code at all instead of one with zeros in
-    // front, on purpose: such a step, one in ten thousand and more, refuses what an app shows.
+    // A value with fewer digits than a code gives no code instead of one with leading zeros. The
+    // code that an app shows is refused then, in less than one of ten thousand steps.
     const QString digits = QString::number(*value);
     if (digits.size() < static_cast<int>(m_digits))
         return std::nullopt;

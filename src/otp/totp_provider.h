@@ -13,8 +13,8 @@ namespace korvex::otp {
 
 class KeyProvider;
 
-/// Checks time-based one-time passwords (RFC 6238). As made, it wants what authenticator apps show:
-/// six digits of HMAC-SHA1, a new code every 30 seconds, one step early or late allowed.
+/// Checks time-based one-time passwords (RFC 6238). The defaults are those of authenticator apps:
+/// HMAC-SHA1, six digits and a new code every 30 seconds. One step early or late is accepted.
 class TOTPProvider : public BaseProvider
 {
 public:
@@ -22,17 +22,17 @@ public:
     explicit TOTPProvider(std::shared_ptr<KeyProvider> keyProvider);
 
     void setDigits(quint32 digits) { m_digits = digits; }
-    /// Seconds that a code stands for: 1 to 500, else every code is refused.
+    /// How long a code is valid, in seconds: 1 to 500. With any other value every code is refused.
     void setPeriod(quint32 period) { m_period = period; }
-    /// How many steps early or late a code may be: at most 5, else every code is refused.
+    /// How many steps early or late a code is accepted: at most 5. With more every code is refused.
     void setTimeWindows(quint32 windows) { m_timeWindows = windows; }
     void setAlgorithm(utils::HmacAlgorithm algorithm) { m_algorithm = std::move(algorithm); }
     void setTimeProvider(utils::TimeProvider provider) { m_timeProvider = std::move(provider); }
 
     bool verify(const QString& code) override;
 
-    /// The same at a time in seconds since 1970-01-01 UTC. A refusal that is no matter of the code
-    /// is logged.
+    /// The same for a given time, in seconds since 1970-01-01 UTC. A refusal for another reason
+    /// than the code is logged.
     bool verifyAt(const QString& code, quint64 time) const;
 
     /// The steps accepted at a time, oldest first; none when the period is out of bounds.

@@ -9,9 +9,9 @@ namespace korvex::platform {
 /// Linux: readable by the owner's group, not by others. False when it cannot be opened.
 bool openForAppending(QFile& file);
 
-/// Writes text, its lines ended by "\n", in the system's own form (Windows: "\r\n") at the end of a
-/// file that openForAppending() opened, as one piece of whatever length, also while other processes
-/// append. False when not all of it was written.
+/// Appends text to a file that openForAppending() opened. The text stays in one piece, whatever its
+/// length, also while other processes append. Its lines end with "\n", which Windows writes as
+/// "\r\n". False when not all of it was written.
 bool appendText(QFile& file, const QByteArray& text);
 
 } // namespace korvex::platform

@@ -13,7 +13,7 @@ namespace korvex::platform {
 std::optional<QByteArray> protectData(const QByteArray& plain);
 
 /// The bytes that protectData() was given. Nothing when the blob was altered, cut, made by another
-/// user or is no such blob at all. The caller wipes the result after use.
+/// user or is not such a blob. The caller wipes the result after use.
 std::optional<QByteArray> unprotectData(const QByteArray& blob);
 
 } // namespace korvex::platform

@@ -6,11 +6,13 @@ class QString;
 
 namespace korvex::platform {
 
-/// Tells why something of the system could not be used, for the log above this layer. Kept (the
-/// first 16) until a handler is set; a report equal to the one before it is dropped. Any thread.
+/// Reports why something of the system could not be used. The handler is the log, which is above
+/// this layer; until it is set, the first 16 reports are kept. A report equal to the previous one
+/// is dropped. Any thread.
 void reportFault(const QString& text);
 
-/// Sets who hears of faults, and gives it those kept so far. An empty handler: keep them again.
+/// Sets the handler of reports and passes it those kept so far. With an empty handler, reports are
+/// kept again.
 void setFaultHandler(const std::function<void(const QString&)>& handler);
 
 } // namespace korvex::platform

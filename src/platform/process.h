@@ -14,16 +14,16 @@ quint64 currentThreadId();
 /// Ends the whole process at once: no destructor, no exit handler, no flush.
 [[noreturn]] void terminateProcess(int exitCode);
 
-/// Hands a program its argument string as it stands, without any quoting. Linux has no argument
-/// string: there the program gets it as its one argument.
+/// Passes a program its argument string unchanged, without quoting. Linux has no argument string:
+/// there it is the program's only argument.
 void setNativeArguments(QProcess& process, const QString& arguments);
 
-/// Makes sure that nothing opened later (the log, the registry, a socket) can be taken for a
-/// standard stream: one that the host closed becomes the null device.
+/// Opens the null device for each standard stream that the host has closed. Otherwise a file that
+/// is opened later (the log, the registry, a socket) could become a standard stream.
 void reserveStandardStreams();
 
-/// Writes to the standard output, without buffering. A host that has none, or whose reader has
-/// gone, costs the text and nothing else.
+/// Writes to the standard output, without buffering. The text is dropped without an error when the
+/// host has no standard output or its reader has gone.
 void writeStandardOutput(const QByteArray& text);
 
 } // namespace korvex::platform

@@ -14,7 +14,7 @@ constexpr DWORD kBothProtocols = SCARD_PROTOCOL_T0 | SCARD_PROTOCOL_T1;
 constexpr int kMaximumAtr = 33;
 constexpr int kMaximumAnswer = 256;
 
-/// The handles are numbers of the same width with a sign or without, by system.
+/// The handles are integers of the same width, signed on one system and unsigned on the other.
 SCARDCONTEXT native(Context context)
 {
     return static_cast<SCARDCONTEXT>(context);
@@ -61,7 +61,7 @@ QStringList listReaders(Context context)
         names == nullptr)
         return {};
     QStringList readers;
-    // One name behind the other, each with its end, and an empty one at the end.
+    // The names follow each other, each with a terminating zero. An empty name ends the list.
     for (const NameUnit* name = names; *name != 0;
          name += std::char_traits<NameUnit>::length(name) + 1)
         readers.append(nameOf(name));

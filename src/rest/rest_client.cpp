@@ -62,7 +62,7 @@ Result<QJsonObject> KorvexRestAPIClient::patch(const QString& path, const QJsonD
 Result<QByteArray> KorvexRestAPIClient::get(const QString& absoluteUrl, qint64 maxAnswerSize)
 {
     const QUrl url(absoluteUrl);
-    // Qt would read the machine's own files too, and the address comes from elsewhere.
+    // Qt would read local files too, and the address comes from outside.
     if (url.scheme() != QLatin1String("https") && url.scheme() != QLatin1String("http")) {
         logger().logWarning(0,
                             QStringLiteral("Http request refused, no web address: ") + absoluteUrl);
@@ -120,7 +120,7 @@ Result<void> KorvexRestAPIClient::waitFor(QNetworkReply& reply, qint64 maxAnswer
 {
     QEventLoop loop;
     connect(&reply, SIGNAL(finished()), &loop, SLOT(quit()));
-    // The manager's own time-out starts anew with every byte; this one also ends an endless answer.
+    // The manager's own time-out restarts with every byte. This one also ends an endless answer.
     QTimer::singleShot(m_timeout, &reply, &QNetworkReply::abort);
     connect(&reply, &QNetworkReply::readyRead, &reply, [&reply, maxAnswerSize] {
         if (reply.bytesAvailable() > maxAnswerSize)
@@ -128,7 +128,7 @@ Result<void> KorvexRestAPIClient::waitFor(QNetworkReply& reply, qint64 maxAnswer
     });
     if (!reply.isFinished())
         loop.exec();
-    // A verdict given while we waited ends every loop, this one included.
+    // A verdict that is given during the wait ends every event loop, this one included.
     if (!reply.isFinished())
         reply.abort();
 
@@ -146,7 +146,7 @@ Result<void> KorvexRestAPIClient::waitFor(QNetworkReply& reply, qint64 maxAnswer
 bool KorvexRestAPIClient::isAuthentic(const QNetworkReply& reply, const QByteArray& body) const
 {
     const QByteArray signature = reply.rawHeader(kSignatureHeader);
-    // The service does not sign this one answer, and it is accepted so on purpose.
+    // The service does not sign this one answer, so it is accepted without a signature.
     if (signature.isEmpty() && body.contains("UserBypassedException"))
         return true;
     return equalInConstantTime(signature, sign(body));
@@ -155,12 +155,13 @@ bool KorvexRestAPIClient::isAuthentic(const QNetworkReply& reply, const QByteArr
 QNetworkRequest KorvexRestAPIClient::requestFor(const QUrl& url) const
 {
     QNetworkRequest request(url);
-    // Without compression: a small answer must not unfold into a large one, past the cap.
+    // No compression: a small answer could expand beyond the limit.
     request.setRawHeader("Accept-Encoding", "identity");
     for (const auto attribute :
          {QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::CookieSaveControlAttribute})
         request.setAttribute(attribute, QNetworkRequest::Manual);
-    // Nobody who asks gets credentials, but Qt would withhold them from the proxy too.
+    // Manual: no server gets credentials. With a proxy user it is left out, because Qt would
+    // withhold them from the proxy too.
     if (QNetworkProxy::applicationProxy().user().isEmpty())
         request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute,
                              QNetworkRequest::Manual);

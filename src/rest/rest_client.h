@@ -19,7 +19,7 @@ namespace korvex {
 /// Every operation blocks its thread in an event loop of its own until the answer or the time-out,
 /// so other slots of that thread may run meanwhile. An operation that the end of the application's
 /// event loop interrupts fails like a lost connection. The registry value RequestTimeout
-/// (milliseconds, default 20000) bounds the silence within a transfer and the transfer as a whole;
+/// (milliseconds, default 20000) limits the time without data and the time of the whole transfer;
 /// an answer may have at most 4 MiB. No cookies or credentials are kept between requests.
 class KorvexRestAPIClient : public QObject
 {
@@ -28,15 +28,15 @@ class KorvexRestAPIClient : public QObject
 public:
     KorvexRestAPIClient();
 
-    /// Sends a signed body to base URL + path; gives the `result` object of the answer.
+    /// Sends a signed body to base URL + path and returns the `result` object of the answer.
     /// Errors: InvalidSignature, those the service reports, UnknownServiceError, ServerFailure,
     /// TransferFailure, NotJsonObject.
     [[nodiscard]] Result<QJsonObject> post(const QString& path, const QJsonDocument& body);
     [[nodiscard]] Result<QJsonObject> patch(const QString& path, const QJsonDocument& body);
 
-    /// An unsigned GET of any web address (http, https), with a client of its own; gives the body
+    /// An unsigned GET of any web address (http, https), with a separate client. Returns the body,
     /// of at most `maxAnswerSize` bytes.
-    /// Errors: ServerFailure, TransferFailure, which an address of another kind is too.
+    /// Errors: ServerFailure, TransferFailure (also for an address of another scheme).
     [[nodiscard]] static Result<QByteArray> get(const QString& absoluteUrl,
                                                 qint64 maxAnswerSize = kMaxAnswerSize);
 

@@ -5,7 +5,7 @@
 namespace korvex {
 
 /// The base URL of the MFA service: the registry value korvexApiServer, or the service's default
-/// endpoint (a build setting) when the value is absent. Paths are appended as they stand.
+/// endpoint (a build setting) when the value is absent. Paths are appended unchanged.
 QString apiServer();
 
 /// How long an answer of the service may take, in milliseconds: the registry value RequestTimeout,

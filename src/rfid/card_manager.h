@@ -4,15 +4,10 @@
 
 #include <QByteArray>
 #include <QVector>
-#include <memory>
 
 namespace korvex::rfid {
 
-namespace sdk {
-class Card;
-}
-
-/// A slot of the program's own and its payload.
+/// A slot that belongs to the program, and its payload.
 struct Slot
 {
     quint8 number;
@@ -25,27 +20,24 @@ class CardManager
 public:
     virtual ~CardManager() = default;
 
-    /// Opens a slot of the program's own; false for any other.
+    /// Opens a slot that belongs to the program; false for any other slot.
     virtual bool authenticateSlot(quint8 slot) = 0;
-    /// The readable slots of the program's own, in increasing order. A damaged one is left out.
+    /// The slots that belong to the program, in increasing order, without damaged ones.
     virtual QVector<Slot> readSlots() = 0;
     /// The first free slot, opened for writing. Errors NoFreeSlot, CardRemoved.
     [[nodiscard]] virtual Result<quint8> findFreeSlot() = 0;
     /// The free slots, in increasing order.
     virtual QVector<quint8> freeSlots() = 0;
-    /// Writes a payload of at most slotSize() bytes into a slot that has been opened, and protects
-    /// it. Error SlotNotWritten.
+    /// Writes a payload of 1 to slotSize() bytes into an opened slot and protects the slot. Error
+    /// SlotNotWritten.
     [[nodiscard]] virtual Result<void> writeSlot(quint8 slot, const QByteArray& payload) = 0;
-    /// The bytes that a payload may have; not positive when the card has no room for any.
+    /// The largest payload in bytes; 0 or less when the card has no room for one.
     virtual int slotSize() const = 0;
-    /// Gives an opened slot the program's key.
+    /// Gives an opened slot the card key, so that it belongs to the program.
     virtual bool protectSlot(quint8 slot) = 0;
-    /// Erases an opened slot and gives it back.
+    /// Erases an opened slot and makes it free again.
     virtual bool releaseSlot(quint8 slot) = 0;
     virtual bool cardPresent() = 0;
 };
-
-/// The manager for a card; only a few kinds are served, on purpose. Error CardNotSupported.
-[[nodiscard]] Result<std::unique_ptr<CardManager>> makeCardManager(std::shared_ptr<sdk::Card> card);
 
 } // namespace korvex::rfid

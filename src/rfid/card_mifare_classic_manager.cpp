@@ -18,7 +18,7 @@ QByteArray transportKey()
     return QByteArray(kKeySize, '\xFF');
 }
 
-/// The key of the slots on this very card: never stored, worked out each time.
+/// The key of the program's slots on this card. It is never stored but derived each time.
 QByteArray cardKey(const sdk::CardMifareClassic& card)
 {
     const QByteArray uid = card.readUid();
@@ -83,8 +83,8 @@ Result<void> CardMifareClassicManager::writeSlot(quint8 slot, const QByteArray& 
 {
     const QByteArray record = encodeSlotRecord(payload);
     const int capacity = m_card->sectorCapacity();
-    // The whole area is written, so that nothing of a longer record stays behind this one. An empty
-    // payload would not read back.
+    // Write the whole area, so that nothing remains of a longer record. An empty payload is refused
+    // because it would not read back.
     const bool written = !payload.isEmpty() && isSlot(slot) && record.size() <= capacity &&
                          m_card->writeSectorData(slot, record.leftJustified(capacity, '\0')) &&
                          protectSlot(slot);
@@ -156,8 +156,8 @@ QByteArray CardMifareClassicManager::readDataArea(quint8 slot)
     return area;
 }
 
-/// The last block of a slot's sector. Its general-purpose byte is BA, not the factory's, for a slot
-/// that is given back too: it marks sectors that the program has touched, on purpose.
+/// Writes the last block of a slot's sector. Its general-purpose byte is BA instead of the
+/// factory's, also for a released slot: it marks the sectors that the program has used.
 bool CardMifareClassicManager::writeTrailer(quint8 slot, const QByteArray& keyA)
 {
     const sdk::Geometry& geometry = m_card->geometry();

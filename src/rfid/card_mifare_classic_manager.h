@@ -9,9 +9,9 @@
 
 namespace korvex::rfid {
 
-/// Slots are the sectors of a card but the first, which is the manufacturer's. A slot is the
-/// program's own when its key A is the card's key, which is worked out from the card's identifier;
-/// it is free when its key A is the transport key. Nothing else marks it.
+/// The slots are the sectors of a card except the first, which is the manufacturer's. A slot
+/// belongs to the program when its key A is the card key, which is derived from the card's
+/// identifier. It is free when its key A is the transport key. There is no other mark.
 class CardMifareClassicManager final : public CardManager
 {
 public:
@@ -28,8 +28,8 @@ public:
     bool cardPresent() override;
 
 private:
-    /// A key for a card, six bytes; none when it cannot be worked out, so that no
-    /// key is ever made from nothing.
+    /// The key for a card, six bytes. Empty when the card's identifier cannot be read: a key must
+    /// never be derived from an empty one.
     using KeyProvider = std::function<QByteArray(const sdk::CardMifareClassic&)>;
 
     bool isSlot(quint8 number) const;

@@ -65,7 +65,7 @@ QByteArray encodeSlotRecord(const QByteArray& payload)
 
 std::optional<QByteArray> decodeSlotRecord(const QByteArray& record)
 {
-    // A record without a payload counts as none, on purpose.
+    // A record has at least one byte of payload.
     if (record.size() <= kSlotHeaderSize || numberAt<quint16>(record, 0) != kMagic ||
         numberAt<quint16>(record, 2) != kVersion)
         return std::nullopt;

@@ -1,5 +1,5 @@
 #include "core/process_state.h"
-#include "rfid/card_manager.h"
+#include "rfid/card_manager_factory.h"
 #include "rfid/emulated_card.h"
 #include "rfid/sdk/reader.h"
 #include "support/posix/pcsc_daemon.h"

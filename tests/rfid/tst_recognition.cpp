@@ -1,5 +1,5 @@
 #include "core/process_state.h"
-#include "rfid/card_manager.h"
+#include "rfid/card_manager_factory.h"
 #include "rfid/scripted_connection.h"
 #include "rfid/sdk/atr.h"
 #include "rfid/sdk/card_factory.h"

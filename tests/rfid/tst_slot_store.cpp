@@ -1,5 +1,5 @@
 #include "core/openssl_program.h"
-#include "rfid/card_manager.h"
+#include "rfid/card_manager_factory.h"
 #include "rfid/emulated_card.h"
 
 #include <QtTest>

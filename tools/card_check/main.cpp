@@ -1,4 +1,4 @@
-#include "rfid/card_manager.h"
+#include "rfid/card_manager_factory.h"
 #include "rfid/sdk/card.h"
 #include "rfid/sdk/reader.h"
 

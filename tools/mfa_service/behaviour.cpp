@@ -165,7 +165,7 @@ Answer Script::replaceContent(const QString& route, const Answer& normal) const
     if (m_results.contains(route))
         return success(m_secretKey, m_results.value(route));
     if (route == QLatin1String("/signin") && !m_page.isEmpty()) {
-        // Without the own page's policy: a page from a test carries its scripts inline.
+        // Without the content policy of the built-in page: a page from a test has inline scripts.
         return {.contentType = "text/html; charset=utf-8", .body = m_page};
     }
     return normal;

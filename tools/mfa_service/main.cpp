@@ -29,7 +29,7 @@ void print(FILE* stream, QString line)
 {
     static std::mutex mutex;
     const std::lock_guard lock(mutex);
-    // Names come from outside: they get one line and no terminal commands.
+    // Names come from outside: remove their line breaks and terminal commands.
     std::replace_if(
         line.begin(), line.end(), [](QChar each) { return !each.isPrint(); }, QLatin1Char('?'));
     std::fputs(qPrintable(line + '\n'), stream);

@@ -127,7 +127,8 @@ void MfaService::configure()
     m_http->set_payload_max_length(kMaximumBody);
     m_http->set_socket_options(setSocketOptions);
     m_http->set_tcp_nodelay(true);
-    // These three bound stop(): httplib asks only between two requests whether to go on.
+    // These three limit the time of stop(): httplib checks only between two requests whether to
+    // end.
     m_http->set_keep_alive_timeout(1);
     m_http->set_read_timeout(2s);
     m_http->set_write_timeout(2s);
@@ -206,8 +207,8 @@ void MfaService::deliver(const Answer& answer, httplib::Response& response)
         deliverSlowly(answer, response);
         return;
     }
-    // In pieces, because httplib notices a stop between two of them; and with a length given,
-    // because it then leaves the body as it was signed, without compression.
+    // In pieces, because httplib notices a stop between two of them. With a length, because httplib
+    // would otherwise compress the body, which has been signed as it is.
     const auto size = static_cast<std::size_t>(answer.body.size());
     const bool isCut = answer.delivery == Answer::Delivery::CutShort;
     response.set_content_provider(

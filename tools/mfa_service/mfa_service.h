@@ -40,7 +40,7 @@ public:
     MfaService(const MfaService&) = delete;
     MfaService& operator=(const MfaService&) = delete;
 
-    /// Starts listening; to be called once. On failure the reason, for people.
+    /// Starts listening; to be called once. The error is the reason, as a text for people.
     [[nodiscard]] std::expected<void, QString> start();
     /// Ends all connections and closes the port. Does not wait for hanging or endless answers, and
     /// at most two seconds for a client that keeps a connection open or stops half-way.
@@ -55,7 +55,7 @@ public:
     {
         m_signIn.addUser(name, totpSecret);
     }
-    /// What the user's authenticator app shows now; empty for an unknown user.
+    /// The code that the user's authenticator app shows now; empty for an unknown user.
     QString currentCode(const QString& user) { return m_signIn.currentCode(user); }
 
     /// The requests received so far, the latest 1000 of them, oldest first.
@@ -73,7 +73,7 @@ public:
     {
         m_script.setResult(route, result);
     }
-    /// Shows this page instead of the own one; an empty text brings the own one back.
+    /// Shows this page instead of the built-in one; an empty text brings the built-in one back.
     void setPage(const QByteArray& html) { m_script.setPage(html); }
 
 private:

@@ -15,7 +15,7 @@ Key readKey(const QByteArray& pem)
 {
     const std::unique_ptr<BIO, decltype(&BIO_free)> bio(
         BIO_new_mem_buf(pem.constData(), pem.size()), BIO_free);
-    // With a pass phrase given, if an empty one, libcrypto does not ask for one.
+    // With a pass phrase, even an empty one, libcrypto does not ask for one.
     char passPhrase[] = "";
     return Key(PEM_read_bio_RSAPrivateKey(bio.get(), nullptr, nullptr, passPhrase), RSA_free);
 }
@@ -38,7 +38,7 @@ std::expected<QString, QString> tellRecoveryCode(const QString& stored,
     const int size = RSA_private_decrypt(
         block.size(), reinterpret_cast<const unsigned char*>((*cipher).constData()),
         reinterpret_cast<unsigned char*>(block.data()), key.get(), RSA_NO_PADDING);
-    // Behind the code stands a salt, which may be cut off anywhere together with the JSON's end.
+    // A salt follows the code. It may be cut anywhere, together with the end of the JSON text.
     static const QRegularExpression kBlock(
         QStringLiteral("\\A\\{\"code\":\"([0-9]{6})\",\"_\":\""));
     const auto match = kBlock.match(QString::fromLatin1(block));

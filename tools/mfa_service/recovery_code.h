@@ -6,9 +6,9 @@
 
 namespace korvex::mfa_service {
 
-/// What a help desk tells a user who cannot use his authenticator app: the six digits that his
-/// device keeps, encrypted by the public key, as the Base64 text `stored`. On failure the reason,
-/// for people.
+/// The recovery code that a help desk tells users who cannot use their authenticator app. `stored`
+/// is the Base64 text that the device keeps: the six digits, encrypted with the public key. The
+/// error is the reason, as a text for people.
 std::expected<QString, QString> tellRecoveryCode(const QString& stored,
                                                  const QByteArray& privateKeyPem);
 

@@ -9,7 +9,7 @@ namespace korvex::mfa_service {
 /// libcrypto fails.
 QByteArray sealText(const QByteArray& plain, const QByteArray& secretKey);
 
-/// What a device tells of the secret that it holds: the first seven hexadecimal digits, in lower
+/// By this a device names the secret that it holds: the first seven hexadecimal digits, in lower
 /// case, of the secret's SHA-256.
 QByteArray fingerprint(const QByteArray& secret);
 

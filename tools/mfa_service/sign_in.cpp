@@ -17,7 +17,7 @@ namespace {
 constexpr int kTotpSecretBytes = 20;
 constexpr char kLogoPath[] = "/company/logo";
 
-// Nothing from elsewhere, no script but the page's own, no frame around it.
+// Nothing from other servers, no scripts except the page's own, no frame around the page.
 constexpr char kPagePolicy[] =
     "default-src 'none'; script-src 'self'; style-src 'self'; "
     "connect-src 'self'; img-src data:; base-uri 'none'; form-action 'none'; "
@@ -125,8 +125,9 @@ Answer SignIn::init(const QJsonObject& body, const QString& baseUrl)
         id = m_transactions.open({user, body.value("params")["hrpsk"].toString()}, now());
     }
     announceCode(user);
-    // The web view shows an address as the title until the page has one, and a title with the word
-    // for what the page hands over would be taken for it: that word is in no address here.
+    // Until a page sets a title, the web view reports its address as the title, and the client
+    // takes a title with the word "token" for the end of the sign-in. No address here contains that
+    // word.
     return success(m_secretKey, {{"webURI", baseUrl + "/signin/" + id}});
 }
 
@@ -139,8 +140,8 @@ Answer SignIn::credentials(const QJsonObject& body)
                        "The access token is unknown or used up", "InvalidAccessTokenException");
     }
     QJsonObject result{{"systemToken", m_options.systemToken}, {"username", who->user}};
-    // With it the device checks codes when it cannot reach the service; one that holds it already
-    // gets none.
+    // The device checks codes with this secret when it cannot reach the service. A device that
+    // already holds it does not get it again.
     const QByteArray secret = encodeBase32(*secretOf(who->user));
     if (who->heldSecret != QString::fromLatin1(fingerprint(secret)))
         result.insert("erpsk", QString::fromLatin1(sealText(secret, m_secretKey)));
@@ -197,8 +198,8 @@ Answer SignIn::enterCode(const QString& id, const QByteArray& body)
             return pageJson(410, {{"error", "This sign-in is over. Close this window and sign in "
                                             "again."}});
         }
-        // A code may be used twice while it is valid, unlike RFC 6238 asks: deliberate, because
-        // test runs and demonstrations sign the same user in several times within 30 s.
+        // Unlike RFC 6238 asks, a code may be used twice while it is valid, because test runs and
+        // demonstrations sign the same user in several times within 30 s.
         result = m_transactions.enterCode(id, totpMatches(*secretOf(*user), now(), code));
     }
     if (!result.accessToken.isEmpty())

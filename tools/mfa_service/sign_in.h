@@ -12,8 +12,8 @@
 
 namespace korvex::mfa_service {
 
-/// What the service answers when it behaves: the probe, the signed calls, the page and the code
-/// that the page sends, the company's logo. Knows nothing of sockets. Thread-safe.
+/// The normal answers of the service: to the probe, to the signed calls, to the page and the code
+/// that it sends, and for the company's logo. Independent of sockets. Thread-safe.
 class SignIn
 {
 public:
@@ -22,7 +22,7 @@ public:
     Answer answer(const Request& request, const QString& baseUrl);
 
     void addUser(const QString& name, const QByteArray& totpSecret);
-    /// What the user's authenticator app shows now; empty for an unknown user.
+    /// The code that the user's authenticator app shows now; empty for an unknown user.
     QString currentCode(const QString& user);
 
 private:

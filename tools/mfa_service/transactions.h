@@ -35,7 +35,7 @@ public:
     /// transaction is gone.
     CodeResult enterCode(const QString& id, bool codeIsRight);
 
-    /// Uses up an access token; nothing for an unknown, used or old one.
+    /// Uses up an access token; nothing for an unknown, used or expired one.
     std::optional<SignedIn> redeem(const QString& accessToken, qint64 now);
 
 private:
@@ -52,7 +52,7 @@ private:
     std::map<QString, Transaction> m_transactions; ///< by id
 };
 
-/// Random bytes of the operating system's quality. Ends the program when there are none.
+/// Random bytes that are good enough for keys. Ends the program on failure.
 QByteArray randomBytes(int count);
 
 } // namespace korvex::mfa_service

@@ -13,12 +13,12 @@ class SSLServer;
 
 namespace korvex::public_services {
 
-/// Starts this program anew by script/private-network, where the public services that the library
-/// is built with, and "service.example", are names of loopback; returns in that program. False
-/// where nobody may do so.
+/// Restarts this program in script/private-network, where the public services that the library is
+/// built with, and "service.example", are names of loopback. Returns true in the restarted program;
+/// false when the system does not allow such a network.
 bool enterPrivateNetwork(char** arguments);
 
-/// Those public services, under their own names. `answer` gets "HOST/PATH" and gives the body.
+/// Those public services, under their own names. `answer` gets "HOST/PATH" and returns the body.
 class PublicServices
 {
 public:

@@ -42,7 +42,7 @@ Outcome invalidSyntax(const Command& command, const QString& detail)
     return failed(QStringLiteral("Invalid syntax. %1\n%2").arg(detail, usageHint(command.verb)));
 }
 
-/// Not done, and so not a success, although nothing is wrong.
+/// Nothing was done: this is neither a success nor a fault.
 Outcome canceled()
 {
     return {false, QStringLiteral("The operation was canceled by the user.\n")};
@@ -309,7 +309,7 @@ RegistryResult<void> apply(RegistryDatabase& database, const RegChange& change)
         return database.createKey(made->key);
     if (const auto* const set = std::get_if<SetValue>(&change))
         return database.setValue(set->key, set->value);
-    // That there was nothing to delete is no fault here.
+    // A key or value that was missing before is not a fault here.
     const auto* const key = std::get_if<DeleteKey>(&change);
     const auto* const value = std::get_if<DeleteValue>(&change);
     const auto deleted = key != nullptr ? database.deleteKey(key->key)

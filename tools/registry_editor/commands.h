@@ -6,7 +6,7 @@
 
 namespace korvex::registry_editor {
 
-/// What a command leaves for the user, and for the script that ran it.
+/// The result of a command, for the user and for a script.
 struct Outcome
 {
     bool succeeded;

@@ -4,8 +4,8 @@ class QString;
 
 namespace korvex::registry_editor {
 
-/// Asks on the terminal until the answer is yes or no. No where the standard input ends or is no
-/// terminal: a script says what it means with a switch.
+/// Asks on the terminal until the answer is yes or no. The answer is no when the standard input
+/// ends or is not a terminal; scripts use a switch instead.
 bool confirm(const QString& question);
 
 } // namespace korvex::registry_editor

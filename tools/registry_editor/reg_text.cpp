@@ -73,7 +73,8 @@ QString valueLine(const RegistryValue& value)
     const QString& text = std::get<QString>(value.data);
     if (!hasControlCharacter(text))
         return start + quoted(text);
-    // A line break cannot stand between quotes: the string as its bytes, with its ending NUL.
+    // A quoted string cannot contain a line break, so write the string's bytes with the terminating
+    // NUL.
     QByteArray bytes;
     for (const QChar character : text)
         bytes += littleEndian(character.unicode());
@@ -124,7 +125,7 @@ public:
             return std::unexpected(
                 QStringLiteral("line 1: it does not begin with '%1'").arg(kSignature));
         for (m_line = 1; m_line < m_lines.size(); ++m_line) {
-            // A hexadecimal value moves on to its last line, but is told of by its first.
+            // A hexadecimal value ends on a later line; an error names its first line.
             const int first = m_line + 1;
             const QString& line = m_lines.at(m_line);
             if (isOnlyComment(line))

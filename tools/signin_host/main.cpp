@@ -45,7 +45,7 @@ struct Options
     std::vector<Group> groups = {Group{}};
 };
 
-/// Decodes UTF-8; a byte that is none becomes a lone surrogate, so that such input can be tried.
+/// Decodes UTF-8. An invalid byte becomes a lone surrogate, so that invalid input can be tried.
 std::wstring decode(const std::string& text)
 {
     std::wstring wide;

@@ -10,7 +10,7 @@ constexpr int kBlockSize = 16;
 constexpr int kBlocksPerSector = 4;
 constexpr int kKeySize = 6;
 
-/// The two keys of a sector, by the numbers that authentication names them with.
+/// The two keys of a sector, with the numbers that authentication commands use.
 enum class Key : quint8 { A = 0x60, B = 0x61 };
 
 /// Who may do something with a block.

@@ -30,7 +30,7 @@ struct CardOptions
 class Card
 {
 public:
-    /// On failure the reason, for people.
+    /// The error is the reason, as a text for people.
     static std::expected<std::unique_ptr<Card>, QString> create(const CardOptions& options);
 
     /// The answer with its status word; nothing when the card has vanished.

@@ -45,7 +45,7 @@ const std::vector<CardType>& cardTypes()
         {"topaz", storageCardAtr(kIso14443A, 0x0030)},
         {"felica", storageCardAtr(kFelica, 0x003b)},
         {"jcop-30", storageCardAtr(kIso14443A, 0xff28)},
-        // Not by the book: some software takes the byte behind the name for a part of it.
+        // Not as in the standard: some software reads the byte after the name as part of it.
         {"jcop-30-ff", storageCardAtr(kIso14443A, 0xff28, 0xff)},
         {"desfire", processorCardAtr(QByteArray::fromHex("80"))},
         // Levels 0 and 3 of Mifare Plus look alike: give them answers to tell them apart.

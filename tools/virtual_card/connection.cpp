@@ -16,6 +16,7 @@ namespace korvex::virtual_card {
 
 namespace {
 
+using platform::FileDescriptor;
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
@@ -23,7 +24,7 @@ constexpr milliseconds kRetryPause{20};
 constexpr milliseconds kForever{-1};
 constexpr time_t kSendSeconds = 5;
 
-/// What the reader says that is no command for the card.
+/// Messages of the reader that are not commands for the card.
 enum class Control : char { PowerOff = 0, PowerOn = 1, Reset = 2, TellAtr = 4 };
 
 bool isControl(const QByteArray& message, Control control)
@@ -32,27 +33,21 @@ bool isControl(const QByteArray& message, Control control)
 }
 
 /// A connected socket, or an invalid one with `errno` set.
-Descriptor connectOnce(const sockaddr_in& address)
+FileDescriptor connectOnce(const sockaddr_in& address)
 {
-    Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (socket.number() < 0)
+    FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!socket.isValid())
         return socket;
     const timeval sendTimeout{.tv_sec = kSendSeconds, .tv_usec = 0}; // for connecting, too
-    ::setsockopt(socket.number(), SOL_SOCKET, SO_SNDTIMEO, &sendTimeout, sizeof sendTimeout);
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &sendTimeout, sizeof sendTimeout);
     const int on = 1;
-    ::setsockopt(socket.number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    if (::connect(socket.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0)
-        return Descriptor();
+    ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0)
+        return FileDescriptor();
     return socket;
 }
 
 } // namespace
-
-Descriptor::~Descriptor()
-{
-    if (m_number >= 0)
-        ::close(m_number);
-}
 
 Connection::Connection(Card& card)
     : m_card(card)
@@ -73,7 +68,7 @@ std::expected<void, QString> Connection::start(const ReaderAddress& address, mil
         return std::unexpected(address.host + " is no IPv4 address");
 
     const auto deadline = Clock::now() + timeout;
-    while ((m_socket = connectOnce(destination)).number() < 0) {
+    while (!(m_socket = connectOnce(destination)).isValid()) {
         const int error = errno;
         if (Clock::now() >= deadline)
             return std::unexpected(QString("no reader at %1:%2: %3")
@@ -85,7 +80,7 @@ std::expected<void, QString> Connection::start(const ReaderAddress& address, mil
     m_card.cutPower();
     m_thread = std::thread([this] { serve(); });
 
-    // The system accepts a connection before the reader does, and the reader takes one card.
+    // The system accepts a connection before the reader does, and the reader takes only one card.
     std::unique_lock lock(m_mutex);
     m_changed.wait_until(lock, deadline, [this] { return m_noticed || m_ended; });
     const bool noticed = m_noticed;
@@ -101,7 +96,7 @@ void Connection::stop()
 {
     if (!m_thread.joinable())
         return;
-    ::eventfd_write(m_wakeUp.number(), 1);
+    ::eventfd_write(m_wakeUp.get(), 1);
     m_thread.join();
 }
 
@@ -122,7 +117,7 @@ void Connection::serve()
         if (!handle(*message))
             break;
     }
-    m_socket = Descriptor();
+    m_socket = FileDescriptor();
     {
         const std::lock_guard lock(m_mutex);
         m_ended = true;
@@ -157,17 +152,17 @@ std::optional<QByteArray> Connection::receive(int size)
 {
     QByteArray bytes(size, 0);
     for (int done = 0; done < size;) {
-        if (!waitFor(m_socket.number(), kForever))
+        if (!waitFor(m_socket.get(), kForever))
             return std::nullopt;
-        const auto got = ::recv(m_socket.number(), bytes.data() + done,
-                                static_cast<std::size_t>(size - done), 0);
+        const auto got =
+            ::recv(m_socket.get(), bytes.data() + done, static_cast<std::size_t>(size - done), 0);
         if (got <= 0)
             return std::nullopt;
         done += static_cast<int>(got);
-        // The reader sends length and content apart; without an acknowledgement at once its
-        // system would keep the content back for some 40 ms. Has to be said each time.
+        // The reader sends length and content separately. Without an acknowledgement at once, its
+        // system would hold the content back for about 40 ms. The option has to be set each time.
         const int on = 1;
-        ::setsockopt(m_socket.number(), IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
+        ::setsockopt(m_socket.get(), IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
     }
     return bytes;
 }
@@ -179,13 +174,13 @@ bool Connection::send(const QByteArray& message)
     bytes += static_cast<char>(message.size() & 0xff);
     bytes += message;
     const auto size = static_cast<std::size_t>(bytes.size());
-    return ::send(m_socket.number(), bytes.constData(), size, MSG_NOSIGNAL) ==
+    return ::send(m_socket.get(), bytes.constData(), size, MSG_NOSIGNAL) ==
            static_cast<ssize_t>(size);
 }
 
 bool Connection::waitFor(int descriptor, milliseconds timeout) const
 {
-    std::array<pollfd, 2> watched = {{{m_wakeUp.number(), POLLIN, 0}, {descriptor, POLLIN, 0}}};
+    std::array<pollfd, 2> watched = {{{m_wakeUp.get(), POLLIN, 0}, {descriptor, POLLIN, 0}}};
     int ready = 0;
     do
         ready = ::poll(watched.data(), watched.size(), static_cast<int>(timeout.count()));

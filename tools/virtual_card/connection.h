@@ -1,6 +1,7 @@
 #pragma once
 
 #include "card.h"
+#include "platform/posix/file_descriptor.h"
 
 #include <QByteArray>
 #include <QString>
@@ -13,29 +14,6 @@
 
 namespace korvex::virtual_card {
 
-/// A file descriptor, closed at the end.
-class Descriptor
-{
-public:
-    explicit Descriptor(int number = -1)
-        : m_number(number)
-    {}
-    ~Descriptor();
-    Descriptor(Descriptor&& other) noexcept
-        : m_number(std::exchange(other.m_number, -1))
-    {}
-    Descriptor& operator=(Descriptor&& other) noexcept
-    {
-        std::swap(m_number, other.m_number);
-        return *this;
-    }
-
-    int number() const { return m_number; }
-
-private:
-    int m_number;
-};
-
 /// Where the virtual reader waits for cards.
 struct ReaderAddress
 {
@@ -44,20 +22,20 @@ struct ReaderAddress
 };
 
 /// A card that lies on the virtual reader of vsmartcard-vpcd, served by a thread of its own. The
-/// reader is the one that listens; messages both ways are a length of two bytes, big-endian, and
-/// that many bytes.
+/// reader listens and the card connects. A message in either direction is a length of two bytes,
+/// big-endian, and that many bytes.
 class Connection
 {
 public:
-    /// The card has to live longer.
+    /// `card` has to outlive this object.
     explicit Connection(Card& card);
     /// Takes the card away.
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    /// Lays the card on the reader; waits until the reader listens and has noticed the card.
-    /// To be called once. On failure the reason, for people.
+    /// Lays the card on the reader; waits until the reader listens and has noticed the card. To be
+    /// called once. The error is the reason, as a text for people.
     [[nodiscard]] std::expected<void, QString> start(const ReaderAddress& address,
                                                      std::chrono::milliseconds timeout);
     /// Takes the card away. Does not wait for a slow answer.
@@ -75,8 +53,8 @@ private:
     bool waitFor(int descriptor, std::chrono::milliseconds timeout) const;
 
     Card& m_card;
-    Descriptor m_wakeUp; ///< readable once the card is to be taken away
-    Descriptor m_socket;
+    platform::FileDescriptor m_wakeUp; ///< readable once the card is to be taken away
+    platform::FileDescriptor m_socket;
     std::thread m_thread;
 
     std::mutex m_mutex; ///< guards what follows

@@ -13,8 +13,8 @@ namespace {
 constexpr int kShortUid = 4;
 constexpr int kLongUid = 7;
 
-// Behind the UID stand what the card answers while it is selected (SAK and ATQA). The ATQA says how
-// long the UID is, and its place follows from that.
+// After the UID come the card's answers during selection (SAK and ATQA). The ATQA says how long the
+// UID is, and so where the ATQA itself is.
 const QByteArray kShortAtqa = QByteArray::fromHex("0400");
 const QByteArray kLongAtqa = QByteArray::fromHex("4400");
 constexpr int kLongAtqaAt = kLongUid + 1;
@@ -68,7 +68,7 @@ QByteArray randomUid()
     QByteArray uid(kShortUid, 0);
     for (char& byte : uid)
         byte = static_cast<char>(QRandomGenerator::system()->bounded(256));
-    // xF is the mark of a fixed number that is not unique: ISO 14443-3, 6.5.4.
+    // xF marks a fixed number that is not unique: ISO 14443-3, 6.5.4.
     uid[0] = static_cast<char>(uid[0] | 0x0f);
     if (uid[0] == '\xff')
         uid[0] = '\x2f';

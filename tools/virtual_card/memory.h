@@ -6,19 +6,19 @@
 
 namespace korvex::virtual_card {
 
-/// Whether there are as many bytes as a UID has, 4 or 7.
+/// Whether the number of bytes is that of a UID, 4 or 7.
 bool isUid(const QByteArray& bytes);
-/// A UID of 4 random bytes that no rule reserves for something else.
+/// A UID of 4 random bytes, from the range of numbers that are not unique.
 QByteArray randomUid();
 
-/// The blocks of a card, kept in a file so that the card survives its reader. The file holds the
+/// The blocks of a card, kept in a file so that the card outlives the program. The file holds the
 /// bytes of all blocks in order and nothing else.
 class Memory
 {
 public:
-    /// Opens the image, or creates it as a card leaves the factory when there is none. An
-    /// empty `uid` is any; another one has to be the image's when that exists. An empty path keeps
-    /// the card in the memory of this process. On failure the reason, for people.
+    /// Opens the image, or creates it as a card leaves the factory when there is none. An existing
+    /// image has to have the UID `uid`, unless that is empty. An empty path keeps the card in the
+    /// memory of this process. The error is the reason, as a text for people.
     static std::expected<Memory, QString> open(const QString& path, int sectors,
                                                const QByteArray& uid);
 
@@ -27,7 +27,7 @@ public:
     QByteArray block(int number) const;
     const QByteArray& image() const { return m_image; }
 
-    /// Replaces a block, in the file as well; false, and nothing changed, when that cannot be done.
+    /// Replaces a block, in the file as well. On failure changes nothing and returns false.
     bool write(int number, const QByteArray& content);
 
 private:

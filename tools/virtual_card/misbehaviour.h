@@ -8,19 +8,19 @@
 
 namespace korvex::virtual_card {
 
-/// What card and reader do differently from the book. Commands are counted from 1, from the moment
-/// that the misbehaviour is set.
+/// What card and reader do differently from the standard. Commands are counted from 1, from the
+/// moment that the misbehaviour is set.
 struct Misbehaviour
 {
     enum class Form {
         Plain,
         GetResponse, ///< data is announced by 61 xx and handed out to GET RESPONSE
-        WrongLength, ///< 6C xx for data, unless the command names its very length
+        WrongLength, ///< 6C xx for data, unless the command names its exact length
     };
     struct Corruption
     {
         int command = 1;
-        int byte = 0; ///< of the answer; negative: from its end, -1 being the last of the status
+        int byte = 0; ///< of the answer; negative: from its end, -1 is the last byte of the status
     };
     struct Answer
     {
@@ -29,7 +29,7 @@ struct Misbehaviour
     };
 
     bool refuseVolatileKeys = false;
-    /// The card leaves on the command after that many, without answering it.
+    /// The card leaves at the command after that many, without answering it.
     std::optional<int> vanishAfter{};
     /// That last command is still executed.
     bool vanishAfterExecuting = false;

@@ -15,7 +15,7 @@ QByteArray status(int word)
     return bytes;
 }
 
-// The words of PC/SC part 3, each below the command that it belongs to.
+// The status words of PC/SC part 3, each below the command that it belongs to.
 const QByteArray kSuccess = status(0x9000);
 const QByteArray kEndOfData = status(0x6282);
 const QByteArray kNoInformation = status(0x6300);
@@ -52,7 +52,7 @@ bool hasData(const QByteArray& command, int size)
 
 QByteArray Reader::answer(const QByteArray& command)
 {
-    // A byte or three are no command of this kind at all, such as those that other cards take.
+    // Too short for a command of this kind; other cards have commands of one to three bytes.
     if (command.size() < 4)
         return kUnknownInstruction;
     if (byteOf(command, 0) != 0xff)
@@ -99,7 +99,7 @@ QByteArray Reader::loadKey(const QByteArray& command)
         return kKeyNumberNotValid;
     if (!hasData(command, kKeySize))
         return kKeyLength;
-    // One place per number: the process ends with the reader, so that both kinds last as long.
+    // One place per number for both kinds of memory: both last as long as the process.
     m_keys[number] = command.mid(kHeaderSize);
     return kSuccess;
 }
@@ -173,7 +173,7 @@ std::optional<AccessConditions> Reader::conditionsFor(int block) const
     if (!m_session || m_session->sector != sector)
         return std::nullopt;
     const auto conditions = AccessConditions::of(trailerOf(sector));
-    // Where key B can be read it is data: whoever authenticated with it gets nothing.
+    // Where key B can be read it is data: authentication with it gives no access.
     if (conditions && m_session->key == Key::B && conditions->trailer().readKeyB != By::Never)
         return std::nullopt;
     return conditions;

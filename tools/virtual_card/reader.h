@@ -42,7 +42,7 @@ private:
     QByteArray updateBlock(const QByteArray& command);
 
     QByteArray trailerOf(int sector) const;
-    /// The conditions for a block, when it may be accessed at all by whom is authenticated.
+    /// The access conditions of a block; nothing when the current authentication gives no access.
     std::optional<AccessConditions> conditionsFor(int block) const;
     std::optional<QByteArray> readable(int block) const;
     std::optional<QByteArray> writable(int block, const QByteArray& content) const;

@@ -1,7 +1,7 @@
 import QtQuick 2.15
 import "."
 
-// Six boxes over one text field. Every key but those named here is swallowed.
+// Six boxes over one text field. Keys that are not named here are ignored.
 FocusScope {
     id: field
 
@@ -51,7 +51,7 @@ FocusScope {
         Accessible.role: Accessible.EditableText
         Accessible.name: field.label
         Keys.onPressed: field.handleKey(event)
-        // Whatever way the text came in, pasted or from an on-screen keyboard.
+        // Also for text that was pasted or came from an on-screen keyboard.
         onTextChanged: {
             const digits = CustomTools.codeDigits(text)
             if (digits !== text)

@@ -2,11 +2,11 @@ import QtQuick 2.15
 import QtQuick.Layouts 1.15
 import "."
 
-// The code field, what is said about the code, and the button.
+// The code field, the message about the code, and the button.
 DefinedColumnLayout {
     id: method
 
-    // What became of the last code: "", "invalid", "wrong" or "accepted".
+    // The outcome of the last code: "", "invalid", "wrong" or "accepted".
     property string outcome
     property string invalidCode
     readonly property bool waiting: TotpController.secondsToWait > 0
@@ -31,7 +31,7 @@ DefinedColumnLayout {
         if (!TotpController.getValidateResult(field.text).status) {
             invalidCode = field.text
             outcome = "invalid"
-            // By the end of the wait it would be too old.
+            // The code would be too old at the end of the wait.
             if (waiting)
                 field.text = ""
             field.shake()
@@ -69,7 +69,7 @@ DefinedColumnLayout {
         onSubmitted: method.submit()
         onEdited: if (method.outcome !== "accepted") method.outcome = ""
     }
-    // Room for two lines is kept, so that a message moves nothing.
+    // Always two lines high, so that a message does not move what is below it.
     InfoText {
         text: method.message() + (method.waiting ? "\n" + TotpTextProvider.waitText.arg(TotpController.secondsToWait) : "")
         color: method.outcome === "accepted" ? DefinedColors.good : DefinedColors.error

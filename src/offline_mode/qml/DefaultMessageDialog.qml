@@ -3,7 +3,7 @@ import QtQuick.Layouts 1.15
 import QtQuick.Templates 2.15 as T
 import "."
 
-// A text over the screen, closed by its button or Escape. Addresses are shown to be read: nothing
+// A text over the screen, closed by its button or Escape. Addresses are text and not links: nothing
 // may open a browser on a logon desktop.
 T.Popup {
     id: dialog

@@ -1,7 +1,7 @@
 pragma Singleton
 import QtQuick 2.15
 
-// Segoe UI is the font of the logon desktop; elsewhere the system puts its own in its place.
+// Segoe UI is the font of the logon desktop. Other systems replace it by a font of their own.
 QtObject {
     readonly property font title: Qt.font({ family: "Segoe UI", pixelSize: 24, weight: Font.DemiBold })
     readonly property font name: Qt.font({ family: "Segoe UI", pixelSize: 16, weight: Font.DemiBold })

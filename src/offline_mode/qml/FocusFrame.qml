@@ -1,7 +1,7 @@
 import QtQuick 2.15
 import "."
 
-// A frame with a glow around it while what it frames has the keyboard.
+// A frame that glows while its content has the keyboard focus.
 Rectangle {
     property bool focused: false
 

@@ -2,8 +2,8 @@ import QtQuick 2.15
 import QtQuick.Layouts 1.15
 import "."
 
-// Text for reading. Much of it comes from outside: it is never taken for markup, and wraps anywhere
-// rather than being cut.
+// Text for reading. Much of it comes from outside, so it is shown as plain text, and it wraps
+// anywhere instead of being cut.
 //
 // Here and in the other files sizes are multiples of 4, so that frames fall on whole pixels at 125,
 // 150 and 175 % too.

@@ -5,7 +5,7 @@ import "."
 T.ComboBox {
     id: selector
 
-    // The argument makes the name depend on the language.
+    // `language` is unused, but makes QML read the name again when the language changes.
     function nameOf(message, language) { return InternationalizationController.translate(message) }
 
     model: ComboBoxLanguageDataModel

@@ -2,7 +2,7 @@ import QtQuick 2.15
 import QtQuick.Layouts 1.15
 import "."
 
-// The ways on for somebody who has no code: each opens a text.
+// Help for users who have no code: each button opens a text.
 ColumnLayout {
     id: selector
 
@@ -46,7 +46,7 @@ ColumnLayout {
                                  TotpTextProvider.infoCloseButtonText)
     }
 
-    // Made when it is first asked for: the screen is there sooner.
+    // Created when it is first needed, so that the screen appears sooner.
     Loader {
         id: dialog
 

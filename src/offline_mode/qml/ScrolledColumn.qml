@@ -1,8 +1,8 @@
 import QtQuick 2.15
 import "."
 
-// A column that scrolls where there is less room than it needs. Around it is room for the glow of
-// what has the keyboard.
+// A column that scrolls when there is not enough room. Its margin is for the glow of the focused
+// item.
 Flickable {
     id: view
 

@@ -6,7 +6,7 @@ import "."
 Window {
     id: window
 
-    // What the window's own frame and title take of a small screen.
+    // Pixels that the window's frame and title take from a small screen.
     readonly property int frameHeight: 40
 
     title: TotpTextProvider.windowTitle
@@ -22,7 +22,7 @@ Window {
     x: Screen.virtualX + (Screen.width - width) / 2
     y: Screen.virtualY + (Screen.height - height) / 2
     onClosing: TotpController.closeWindow()
-    // A small screen shows what has the keyboard.
+    // Scroll to the focused item on a small screen.
     onActiveFocusItemChanged: {
         if (!activeFocusItem || !view.interactive)
             return

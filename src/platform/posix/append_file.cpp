@@ -8,8 +8,8 @@ namespace korvex::platform {
 
 namespace {
 
-// The owner writes, a group that administers the machine may read, nobody else: the lines name
-// accounts and addresses.
+// The owner may write and the group (administrators) may read. Nobody else may, because the lines
+// name accounts and addresses.
 constexpr mode_t kMode = 0640;
 
 } // namespace
@@ -20,7 +20,7 @@ bool openForAppending(QFile& file)
                                   O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, kMode);
     if (descriptor < 0)
         return false;
-    // Unbuffered, since only one write() to the system is one piece.
+    // Unbuffered: a text stays in one piece only when it is one write() call.
     if (file.open(descriptor, QIODevice::Append | QIODevice::Text | QIODevice::Unbuffered,
                   QFileDevice::AutoCloseHandle))
         return true;

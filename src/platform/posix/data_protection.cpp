@@ -113,7 +113,7 @@ bool loadKey(Key& key, MissingKey missing)
     const QString path = keyPath();
     auto found = readKey(path, key);
     if (found && !*found && missing == MissingKey::Create) {
-        // Read back also by the process that made it, since another may have been faster.
+        // Read the file in any case: another process may have created it first.
         if (const auto made = publishPrivateFile(path, writeNewKey); made)
             found = readKey(path, key);
         else

@@ -9,7 +9,7 @@ void bringToForeground(quintptr window)
 {
     const auto windows = QGuiApplication::topLevelWindows();
     for (QWindow* const candidate : windows) {
-        // Asking a window without a handle for its number would create one.
+        // winId() would create a handle for a window that has none.
         if (candidate->handle() == nullptr || candidate->winId() != window)
             continue;
         candidate->raise();

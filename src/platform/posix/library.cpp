@@ -20,7 +20,7 @@ QByteArray iniValue(const QString& text)
         const bool isHexDigit =
             code < 0x80 && QByteArrayLiteral("0123456789abcdefABCDEF").contains(char(code));
         const bool isPlain = code >= 0x20 && code < 0x7f && code != '"' && code != '\\';
-        // A hexadecimal digit behind an escape would be taken for a part of it.
+        // A hexadecimal digit after an escape would be read as part of it.
         afterEscape = !isPlain || (afterEscape && isHexDigit);
         value += afterEscape ? "\\x" + QByteArray::number(code, 16) : QByteArray(1, char(code));
     }
@@ -63,7 +63,7 @@ bool pinLibrary()
     Dl_info self{};
     if (::dladdr(reinterpret_cast<const void*>(&pinLibrary), &self) == 0)
         return false;
-    // The handle is kept for good, on purpose.
+    // The handle is never closed, so that the library stays loaded.
     return ::dlopen(self.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE) != nullptr;
 }
 

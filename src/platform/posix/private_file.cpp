@@ -19,7 +19,7 @@ std::unexpected<QString> systemError(const QString& path, int code)
     return std::unexpected(QStringLiteral("'%1': %2").arg(path, qt_error_string(code)));
 }
 
-// What was linked into a folder outlives a power cut only once the folder itself is on the disk.
+// A new link survives a power cut only after its folder has been written to the disk.
 void synchronizeFolder(const QString& folder)
 {
     const FileDescriptor descriptor(
@@ -70,7 +70,7 @@ publishPrivateFile(const QString& path,
     ::close(descriptor);
 
     auto result = fill(QFile::decodeName(temporary));
-    // Linking, unlike renaming, leaves the file of a process that was faster in place.
+    // Unlike a rename, a link does not replace a file that another process made first.
     if (result && ::link(temporary.constData(), QFile::encodeName(path).constData()) != 0 &&
         errno != EEXIST)
         result = systemError(path, errno);

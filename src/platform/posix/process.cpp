@@ -19,8 +19,8 @@ namespace {
 
 constexpr int kReaderPatience = 1000; // milliseconds
 
-/// Keeps a write to a pipe without a reader from ending the process, whatever the host has set for
-/// the signal, and for this thread alone.
+/// Blocks SIGPIPE on this thread, so that a write to a pipe without a reader does not end the
+/// process, whatever the host has set for the signal.
 class BrokenPipeGuard
 {
 public:
@@ -29,7 +29,7 @@ public:
         sigemptyset(&m_signals);
         sigaddset(&m_signals, SIGPIPE);
         pthread_sigmask(SIG_BLOCK, &m_signals, &m_before);
-        // One that waits already can only be there where the host blocks the signal itself.
+        // A signal can be pending already only when the host itself blocks it.
         sigset_t waiting;
         m_isHostsOwn = sigismember(&m_before, SIGPIPE) == 1 && sigpending(&waiting) == 0 &&
                        sigismember(&waiting, SIGPIPE) == 1;
@@ -60,8 +60,8 @@ bool standardOutputHasReader()
            (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
 }
 
-// A reader that has stopped reading is waited for once; as long as it does not move after that,
-// text is dropped at once, so that it cannot hold up a sign-in line by line.
+// Waits once for a reader that has stopped reading. Until it reads again, text is dropped at once,
+// so that it cannot delay a sign-in with every line.
 bool waitForReader()
 {
     static std::atomic<bool> stalled = false;
@@ -74,7 +74,7 @@ bool waitForReader()
     return ready > 0;
 }
 
-/// Writes it all; false when it could not.
+/// Writes all of it; false when that failed.
 bool writeText(const char* text, std::size_t left, bool hasReader)
 {
     while (left > 0) {
@@ -125,7 +125,7 @@ void reserveStandardStreams()
 
 void writeStandardOutput(const QByteArray& text)
 {
-    // Asked once: a host does not turn its standard output from a file into a pipe.
+    // Looked up once: a host does not turn its standard output from a file into a pipe.
     static const bool hasReader = standardOutputHasReader();
     const auto size = static_cast<std::size_t>(text.size());
     if (!hasReader) {

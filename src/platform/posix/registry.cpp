@@ -23,7 +23,7 @@ public:
     static SharedDatabase& instance();
 
     std::mutex& mutex() { return m_mutex; }
-    /// The open connection; a null pointer when there is no file and none is to be made.
+    /// The open connection; null when the file is missing and `create` is false.
     RegistryResult<RegistryDatabase*> connection(bool create);
     void close() { m_database.reset(); }
 
@@ -59,7 +59,8 @@ RegistryResult<RegistryDatabase*> SharedDatabase::connection(bool create)
         close();
         return nullptr;
     }
-    // A file that was replaced or removed under an open connection is another registry.
+    // Keep the connection only while the path still leads to the same file: it may have been
+    // replaced.
     if (m_database != nullptr && exists && file == m_file && status.st_dev == m_status.st_dev &&
         status.st_ino == m_status.st_ino)
         return m_database.get();
@@ -73,8 +74,8 @@ RegistryResult<RegistryDatabase*> SharedDatabase::connection(bool create)
     return m_database.get();
 }
 
-/// Runs `operation` on the connection; its result, or nothing, with a fault reported, when it
-/// failed. Nothing without a fault when there is no file to read.
+/// Runs `operation` on the connection and returns its result. Nothing when it failed, which is
+/// reported as a fault, and when there is no file to read.
 template <typename Operation>
 auto run(const RegistryKey& key, bool create, Operation operation) -> std::optional<
     typename std::invoke_result_t<Operation, RegistryDatabase&, QString>::value_type>
@@ -92,7 +93,7 @@ auto run(const RegistryKey& key, bool create, Operation operation) -> std::optio
     auto result = database ? operation(**database, *path) : std::unexpected(database.error());
     if (result)
         return *std::move(result);
-    // Whatever is wrong with the file, the next call looks at it anew.
+    // The next call opens the file again, whatever was wrong with it.
     shared.close();
     reportFault(result.error());
     return std::nullopt;

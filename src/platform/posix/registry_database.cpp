@@ -23,8 +23,8 @@ constexpr int kMaximumKeyName = 255;
 constexpr int kMaximumValueName = 16383;
 constexpr int kMaximumString = 512 * 1024; // UTF-16 units, 1 MiB
 
-// The write-ahead log last: what comes before it is in the file itself, with every error told,
-// when the statements have run.
+// The write-ahead log is switched on last, so that the statements before it write to the file
+// itself and report every error.
 constexpr const char* kSchema = R"(
     BEGIN;
     CREATE TABLE registry_key(
@@ -48,8 +48,8 @@ constexpr const char* kSchema = R"(
 // Windows' numbers of the types, in the order of RegistryData.
 constexpr std::array<int, 3> kTypeNumbers{1, 4, 11};
 
-/// Names that differ in case only fold to the same text. Character by character, so that, as in a
-/// registry, no two names of different length are one.
+/// The same text for all names that differ only in case. It folds character by character so that,
+/// as in a registry, names of different length stay different.
 QString folded(const QString& name)
 {
     QVector<uint> characters = name.toUcs4();
@@ -125,7 +125,7 @@ public:
             static_cast<qint64>(isWide ? std::get<quint64>(data) : std::get<quint32>(data)));
     }
 
-    /// Text as Windows keeps it, in UTF-16: no conversion, which would not bring back every text.
+    /// Text in UTF-16, as Windows keeps it. A conversion would not bring back every text.
     Query& bindBlob(const QString& text)
     {
         sqlite3_bind_blob(m_statement, ++m_bound, text.utf16(),
@@ -155,7 +155,7 @@ public:
         return QString(text,
                        sqlite3_column_bytes(m_statement, column) / static_cast<int>(sizeof(QChar)));
     }
-    /// Nothing for a type that this registry does not keep.
+    /// Nothing for a type that this registry does not support.
     std::optional<RegistryData> data(int typeColumn, int dataColumn) const
     {
         switch (number(typeColumn)) {
@@ -211,7 +211,8 @@ RegistryResult<std::unique_ptr<RegistryDatabase>> RegistryDatabase::open(const Q
     if (result != SQLITE_OK)
         return database->failure();
     sqlite3_busy_timeout(connection, timeout);
-    // Like a registry, a commit outlives the process at once and a power cut a little later.
+    // As in a registry, a commit survives the end of the process at once, and a power cut after a
+    // short while.
     if (auto set = database->execute("PRAGMA foreign_keys = ON; PRAGMA synchronous = NORMAL"); !set)
         return std::unexpected(set.error());
     if (auto checked = database->checkVersion(); !checked)
@@ -226,7 +227,7 @@ RegistryDatabase::openOrCreate(const QString& file)
     auto database = open(file, kWriteTimeout);
     if (!database || *database != nullptr)
         return database;
-    // Filled under another name, so that no process ever meets a half-made one.
+    // Filled under another name, so that no process ever sees an unfinished file.
     const auto made = publishPrivateFile(file, [](const QString& path) -> RegistryResult<void> {
         sqlite3* connection = nullptr;
         const int result = sqlite3_open_v2(QFile::encodeName(path).constData(), &connection,
@@ -335,8 +336,8 @@ RegistryResult<QStringList> RegistryDatabase::subKeys(const QString& key)
 
 RegistryResult<void> RegistryDatabase::change(const std::function<RegistryResult<void>()>& changes)
 {
-    // Asking for the write lock first: a transaction that reads before it writes could otherwise
-    // be refused at its first write, without waiting, because another process was faster.
+    // Take the write lock at the start. A transaction that reads first could be refused at its
+    // first write, without a wait, when another process has written in between.
     sqlite3_busy_timeout(m_database, kWriteTimeout);
     auto result = execute("BEGIN IMMEDIATE");
     if (result) {
@@ -364,7 +365,7 @@ RegistryResult<RegistryDatabase::KeyRow> RegistryDatabase::ensureRow(const QStri
         const auto parent = ensureRow(key.left(separator));
         if (!parent)
             return parent;
-        // The parent as it was first written, whatever the case of the path given now.
+        // Keep the spelling in which the parent was first written.
         row.path = parent->path + key.mid(separator);
         parentId = parent->id;
     }

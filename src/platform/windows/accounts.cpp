@@ -49,7 +49,7 @@ QString joinedDomain()
 
 std::expected<QString, quint32> computerName()
 {
-    // Asked for the size, which counts the terminating NUL, then for the text.
+    // The first call gives the size with the terminating NUL, the second one the text.
     DWORD size = 0;
     if (GetComputerNameW(nullptr, &size) == FALSE && GetLastError() != ERROR_BUFFER_OVERFLOW)
         return std::unexpected(quint32{GetLastError()});

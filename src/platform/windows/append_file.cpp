@@ -12,7 +12,7 @@ namespace korvex::platform {
 
 bool openForAppending(QFile& file)
 {
-    // With the right to append and none to write, the system itself puts every write at the end.
+    // With only the right to append, the system puts every write at the end.
     const QString path = QDir::toNativeSeparators(file.fileName());
     const HANDLE handle =
         CreateFileW(wideText(path), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
@@ -26,7 +26,8 @@ bool openForAppending(QFile& file)
         CloseHandle(handle);
         return false;
     }
-    // Not as text, which both Qt and the C library write in pieces: appendText() ends the lines.
+    // Not in text mode, in which Qt and the C library write in pieces. appendText() converts the
+    // line ends.
     if (file.open(descriptor, QIODevice::Append | QIODevice::Unbuffered,
                   QFileDevice::AutoCloseHandle))
         return true;

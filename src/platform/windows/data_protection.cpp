@@ -12,17 +12,17 @@ namespace korvex::platform {
 namespace {
 
 constexpr int kMaximumSize = 1024 * 1024;
-// What the system adds to the data, generously.
+// More bytes than the system adds to the data.
 constexpr int kMaximumOverhead = 64 * 1024;
 
-/// Only read from, although the type has no const.
+/// For reading only, although the type is not const.
 DATA_BLOB blobOf(const QByteArray& bytes)
 {
     return {static_cast<DWORD>(bytes.size()),
             reinterpret_cast<BYTE*>(const_cast<char*>(bytes.constData()))};
 }
 
-/// What the system hands out: wiped and released at the end.
+/// Memory that the system has allocated; wiped and released at the end.
 class SystemBlob
 {
 public:
@@ -51,7 +51,7 @@ private:
 void reportLastError(const char* what)
 {
     const DWORD error = GetLastError();
-    // An altered blob, or none, is not the system's fault.
+    // An altered or foreign blob is not a fault of the system.
     if (error != ERROR_INVALID_DATA)
         reportFault(QStringLiteral("%1: %2").arg(QLatin1String(what),
                                                  qt_error_string(static_cast<int>(error))));
@@ -59,8 +59,8 @@ void reportLastError(const char* what)
 
 } // namespace
 
-// The flags are 0 on purpose, also without the flag that forbids a user interface: what is
-// protected here was and is readable under the same conditions by whatever passes 0.
+// The flags are 0, even without the one that forbids a user interface, so that other programs that
+// pass 0 can read these blobs and write ones that are read here.
 
 std::optional<QByteArray> protectData(const QByteArray& plain)
 {

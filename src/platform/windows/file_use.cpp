@@ -9,7 +9,7 @@ namespace korvex::platform {
 
 bool isFileOpen(const QString& path)
 {
-    // Shared with nobody, which fails as long as anybody has it.
+    // Exclusive access, which fails while any process has the file open.
     const HANDLE file = ::CreateFileW(wideText(QDir::toNativeSeparators(path)), GENERIC_READ, 0,
                                       nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)

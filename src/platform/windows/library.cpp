@@ -15,8 +15,8 @@ constexpr const char* kMsvcName =
 constexpr const char* kMingwName =
     "_ZN23QCoreApplicationPrivate22setApplicationFilePathERK7QString";
 
-/// The function's export by number, as the MSVC kit of Qt 5.15.2 has it; in any other build the
-/// number stands for another function.
+/// The function's export by its number in the MSVC kit of Qt 5.15.2. In other builds the number
+/// belongs to another function.
 FARPROC exportByOrdinal([[maybe_unused]] HMODULE module)
 {
 #ifdef _MSC_VER
@@ -43,7 +43,7 @@ bool setApplicationFilePath(const QString& path)
     const FARPROC address = module != nullptr ? findExport(module) : nullptr;
     if (address == nullptr)
         return false;
-    // By way of void (*)(): compilers warn of a direct cast between other function types.
+    // The cast goes through void (*)() because compilers warn about a direct one.
     reinterpret_cast<SetApplicationFilePath>(reinterpret_cast<void (*)()>(address))(path);
     return true;
 }

@@ -33,8 +33,8 @@ void setNativeArguments(QProcess& process, const QString& arguments)
 
 void reserveStandardStreams()
 {
-    // The C library gives the next file the lowest number that is free, and makes the file with the
-    // number of the standard output that output.
+    // The C library gives the next file the lowest free number. A file that gets the number of the
+    // standard output becomes the standard output.
     constexpr int kErrors = 2;
     int descriptor = 0;
     errno_t failure = 0;
@@ -47,7 +47,7 @@ void reserveStandardStreams()
 
 void writeStandardOutput(const QByteArray& text)
 {
-    // None in a logon process. Failures are ignored: the text is also in the log.
+    // A logon process has no standard output. Failures are ignored: the text is also in the log.
     const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
     if (output == nullptr || output == INVALID_HANDLE_VALUE)
         return;

@@ -78,7 +78,8 @@ bool isMissing(LSTATUS status)
     return status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND;
 }
 
-/// An existing key; none, with a fault unless it is just missing, when it cannot be opened.
+/// Opens an existing key. The handle is empty when that fails, which is reported as a fault unless
+/// the key is just missing.
 KeyHandle openKey(const QString& path, REGSAM access)
 {
     const auto location = locate(path);
@@ -94,7 +95,7 @@ KeyHandle openKey(const QString& path, REGSAM access)
     return {};
 }
 
-/// The key, made with its parents when it is missing.
+/// Opens the key and makes it, with its parents, when it is missing.
 KeyHandle createKey(const QString& path, REGSAM access)
 {
     const auto location = locate(path);
@@ -128,7 +129,7 @@ std::optional<Number> readNumberValue(const QString& path, const QString& name)
     const LSTATUS status = RegQueryValueExW(key.get(), wideText(name), nullptr, &number.type,
                                             reinterpret_cast<BYTE*>(&number.value), &size);
     if (status != ERROR_SUCCESS) {
-        // Too long for a number: of another type.
+        // Too long for a number, so it is of another type.
         if (!isMissing(status) && status != ERROR_MORE_DATA)
             reportKeyFault(path, "read", status);
         return std::nullopt;
@@ -165,13 +166,13 @@ std::optional<QString> RegistryKey::readString(const QString& name) const
     DWORD size = 0;
     QString text;
     LSTATUS status = RegQueryValueExW(key.get(), wideText(name), nullptr, &type, nullptr, &size);
-    // Another process may replace the value by a longer one between the two questions.
+    // Another process may replace the value by a longer one between the two calls.
     for (int attempt = 0; attempt < 5; ++attempt) {
         if ((status != ERROR_SUCCESS && status != ERROR_MORE_DATA) || type != REG_SZ ||
             size > (kMaximumString + 1) * sizeof(QChar))
             break;
-        // Read into the text itself, so that no second copy is left behind. One unit more than
-        // asked for holds an odd last byte.
+        // Read into the text itself, so that no second copy stays in memory. The text has one unit
+        // more than asked for, for an odd last byte.
         const int units = static_cast<int>(size / sizeof(QChar)) + 1;
         text = QString(units, QChar(0));
         size = static_cast<DWORD>(units) * static_cast<DWORD>(sizeof(QChar));
@@ -187,7 +188,7 @@ std::optional<QString> RegistryKey::readString(const QString& name) const
     }
     if (type != REG_SZ || text.isNull())
         return std::nullopt;
-    // Up to the terminating NUL, which whoever wrote the value may have left out.
+    // Cut at the terminating NUL, which the writer of the value may have left out.
     text.truncate(static_cast<int>(size / sizeof(QChar)));
     if (const int end = text.indexOf(QChar(0)); end >= 0)
         text.truncate(end);

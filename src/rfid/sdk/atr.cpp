@@ -53,8 +53,8 @@ CardType typeOfStorageCard(const QByteArray& atr)
     const int standard = found + provider.size(); // of the standard byte; the name follows
     if (found < 0 || atr.size() - standard < 4)
         return CardType::Unknown;
-    // The second byte of the name and the one behind it, low byte first. That is deliberate: for a
-    // name 00 NN with a 00 behind it this is NN, and JCOP 30 needs an FF there.
+    // The second byte of the name and the byte after it, low byte first. For a name 00 NN followed
+    // by 00 this is NN. JCOP 30 is recognised only when FF follows.
     return typeOfName(
         static_cast<quint16>(byteAt(atr, standard + 2) | byteAt(atr, standard + 3) << 8));
 }
@@ -83,7 +83,7 @@ bool offersT1(const QByteArray& atr)
         constexpr quint8 kNextIndicator = 0x8;
         if ((indicator & kNextIndicator) == 0)
             return false;
-        // TD stands behind as many of TA, TB and TC as are there.
+        // TD follows those of TA, TB and TC that are present.
         index += std::popcount(static_cast<quint8>(indicator & 0x7)) + 1;
         if (index < atr.size() && (byteAt(atr, index) & 0x0F) == 1)
             return true;

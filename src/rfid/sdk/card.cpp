@@ -1,7 +1,5 @@
 #include "rfid/sdk/card.h"
 
-#include "rfid/sdk/card_mifare_classic.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -16,8 +14,6 @@ Card::Card(CardParts parts, CardType type, Geometry geometry)
 std::optional<KeyReference> Card::loadKeyAnywhere(const QByteArray& key, KeyType type,
                                                   quint8 number)
 {
-    if (dynamic_cast<CardMifareClassic*>(this) == nullptr)
-        return std::nullopt;
     if (!loadKey(key, number, true) && !loadKey(key, number, false))
         return std::nullopt;
     return KeyReference{type, number, key, connection()};

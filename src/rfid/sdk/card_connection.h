@@ -5,15 +5,15 @@
 
 namespace korvex::rfid::sdk {
 
-/// An open card, to which commands are sent. Tests stand a card of their own here.
+/// An open card that commands are sent to. Tests implement it without a reader.
 class CardConnection
 {
 public:
     virtual ~CardConnection() = default;
 
-    /// Sends one command; the answer with its two status bytes, or nothing.
+    /// Sends one command and returns the answer with its two status bytes; nothing on failure.
     virtual std::optional<QByteArray> transmit(const QByteArray& command) = 0;
-    /// The same while no other program may use the card.
+    /// The same in a transaction, which keeps other programs from the card.
     virtual std::optional<QByteArray> transmitInTransaction(const QByteArray& command) = 0;
 };
 

@@ -6,8 +6,8 @@
 
 namespace korvex::rfid::sdk {
 
-/// The card object for the kind that the answer to reset tells; a card that stays unrecognised is
-/// logged and becomes a CardUnknown.
+/// Makes the card object for the kind that the answer to reset names. A card that is not recognised
+/// is logged and becomes a CardUnknown.
 std::unique_ptr<Card> makeCard(CardParts parts, CardType type);
 
 } // namespace korvex::rfid::sdk

@@ -14,11 +14,11 @@ public:
 
 using CardMifareClassic_1K =
     CardOf<CardMifareClassic, CardType::MifareClassic1K, Geometry{16, 4, 16}>;
-/// No answer to reset tells this card, so none is ever built.
+/// No answer to reset names this kind, so no such card is ever made.
 using CardMifareClassic_2K = CardOf<CardMifareClassic, CardType::MifareClassic2K>;
 
-// Without geometry, on purpose: the 4K card mixes sectors of 4 and of 16 blocks, and the slot store
-// takes none of these.
+// These have no geometry: the 4K card mixes sectors of 4 and of 16 blocks, and the slot store
+// supports none of them.
 using CardMifareClassic_4K = CardOf<CardMifareClassic, CardType::MifareClassic4K>;
 using CardMifareMini = CardOf<CardMifareClassic, CardType::MifareMini>;
 using CardMifareUltralight = CardOf<CardMifareClassic, CardType::MifareUltralight>;

@@ -44,7 +44,7 @@ using CardMifarePlusSL1_2K =
     CardOf<CardMifarePlusWithKeys, CardType::MifarePlusSl1_2K, Geometry{32, 4, 16}>;
 using CardMifarePlusSL2_2K =
     CardOf<CardMifarePlusWithKeys, CardType::MifarePlusSl2_2K, Geometry{32, 4, 16}>;
-// Those of 4 KiB mix sectors of 4 and of 16 blocks, which is not modelled, on purpose.
+// The 4K cards mix sectors of 4 and of 16 blocks, which Geometry cannot describe.
 using CardMifarePlusSL1_4K = CardOf<CardMifarePlusWithKeys, CardType::MifarePlusSl1_4K>;
 using CardMifarePlusSL2_4K = CardOf<CardMifarePlusWithKeys, CardType::MifarePlusSl2_4K>;
 

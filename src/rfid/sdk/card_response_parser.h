@@ -5,17 +5,17 @@
 
 namespace korvex {
 
-/// Takes the data out of a card's answer.
+/// Extracts the data from a card's answer.
 class CardResponseParser
 {
 public:
     virtual ~CardResponseParser() = default;
 
-    /// The data of an answer that tells success; else nothing.
+    /// The data of an answer that reports success; nothing for any other answer.
     virtual std::optional<QByteArray> parse(const QByteArray& response) const = 0;
 };
 
-/// Answers with the status word of ISO/IEC 7816-4 at the end: 90 00 alone is success.
+/// Answers with the status word of ISO/IEC 7816-4 at the end: only 90 00 is success.
 class ISO7816Parser final : public CardResponseParser
 {
 public:

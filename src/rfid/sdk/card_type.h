@@ -5,8 +5,8 @@
 
 namespace korvex::rfid::sdk {
 
-/// Kinds of cards. The numbers are stable and not in the order of levels and sizes, on purpose: the
-/// service knows the kinds by them.
+/// Kinds of cards. The service knows them by these numbers, so the numbers stay as they are
+/// although they do not follow levels and sizes.
 enum class CardType : quint16 {
     MifareClassic1K = 0,
     MifareClassic2K = 1,

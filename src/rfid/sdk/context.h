@@ -5,7 +5,7 @@
 
 #include <memory>
 
-/// Not for others: what the readers share. The name is the system's own.
+/// Internal to the readers, which share it.
 // NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 namespace korvex::rfid::sdk::__ {
 

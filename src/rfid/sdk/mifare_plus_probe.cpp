@@ -71,9 +71,9 @@ Plus::Model modelOf(const QByteArray& atr)
     return row != kRows.end() ? row->model : Plus::Model::None;
 }
 
-/// Begins an authentication and leaves it at that. A card that has the key sends its challenge of
-/// 16 bytes behind the status 90; the numbers of keys are those of the Plus data sheets
-/// (MF1SPLUSx0y1, MF1P(H)x1).
+/// Starts an authentication and does not finish it. A card that has the key sends a challenge of 16
+/// bytes after the status 90. The key numbers are those of the Plus data sheets (MF1SPLUSx0y1,
+/// MF1P(H)x1).
 bool knowsKey(CardConnection& connection, quint16 key)
 {
     QByteArray command = QByteArray::fromHex("70");
@@ -90,7 +90,7 @@ constexpr quint16 sectorKey(int sector)
     return static_cast<quint16>(0x4000 + 2 * sector);
 }
 
-/// By the last sector that there is.
+/// The size follows from the last sector that has a key.
 Plus::Size sizeBySectors(CardConnection& connection)
 {
     if (knowsKey(connection, sectorKey(32)))
@@ -98,13 +98,13 @@ Plus::Size sizeBySectors(CardConnection& connection)
     return knowsKey(connection, sectorKey(16)) ? Plus::Size::_2K : Plus::Size::_1K;
 }
 
-/// Level 3: the keys of sectors open the card.
+/// At level 3 the sectors have AES keys.
 bool isLevel3(CardConnection& connection)
 {
     return knowsKey(connection, sectorKey(0));
 }
 
-/// Level 0: only the key that proves the card's origin is there yet.
+/// At level 0 the card has only the key that proves its origin.
 bool isLevel0(CardConnection& connection)
 {
     constexpr quint16 kOriginalityKey = 0x8000;
@@ -122,12 +122,12 @@ std::optional<Plus::CardInfo> probeMifarePlus(CardConnection& connection, const 
         return std::nullopt;
     const Plus::SL level = level3 ? Plus::SL::SL3 : Plus::SL::SL0;
     const Plus::Model model = modelOf(atr);
-    // That model has one size.
+    // This model exists in one size only.
     if (model == Plus::Model::SE)
         return Plus::CardInfo{model, Plus::Size::_1K, level, generation};
     if (version && version->size)
         return Plus::CardInfo{model, *version->size, level, generation};
-    // Without keys of sectors and without a version nothing tells the size.
+    // Without sector keys and without a version the size cannot be found out.
     if (!level3)
         return std::nullopt;
     return Plus::CardInfo{model, sizeBySectors(connection), level, generation};

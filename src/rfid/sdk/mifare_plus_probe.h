@@ -8,8 +8,8 @@
 
 namespace korvex::rfid::sdk {
 
-/// Finds out what a card that speaks T=1 is of the Plus family, by its native commands; nothing
-/// when it is none or its size stays unknown.
+/// Identifies a card of the Plus family that speaks T=1, by its native commands. Nothing when the
+/// card is of another family or its size cannot be found out.
 ///
 /// Writes nothing to the card. Asks for the version, which cards from EV1 on have, and begins the
 /// authentication with AES keys, which a card answers with a challenge when it knows the key.

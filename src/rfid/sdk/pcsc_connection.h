@@ -9,7 +9,7 @@
 
 namespace korvex::rfid::sdk {
 
-/// A card on a reader of the machine. The card is disconnected, and left powered, at the end.
+/// A card on a reader of the machine. The destructor disconnects the card and leaves it powered.
 class PcscConnection final : public CardConnection, private NonMovableCopyable
 {
 public:

@@ -19,7 +19,7 @@ bool Reader::hasActiveCard()
 {
     if (m_card && !m_card->readUid().isEmpty())
         return true;
-    // Closed first: while it is open exclusively nobody can open it again.
+    // Close the old card first: while it is open exclusively, it cannot be opened again.
     m_card.reset();
     m_card = openCard(m_context, m_name, true);
     return m_card != nullptr;

@@ -36,8 +36,8 @@ QVector<Reader> listReaders();
 /// The first reader with a card. Error NoActiveCard.
 [[nodiscard]] Result<Reader> findActiveReader();
 
-/// Opens the card on a reader; nothing when there is none, or none that answers as a contactless
-/// card does.
+/// Opens the card on a reader. Nothing when there is no card or it does not answer like a
+/// contactless card.
 std::unique_ptr<Card> openCard(const std::shared_ptr<const __::Context>& context,
                                const QString& reader, bool exclusive);
 

@@ -2,7 +2,7 @@
 
 const kDigits = 6;
 const kAnswerTimeout = 15000;
-// Long enough to be seen, short enough not to be waited for.
+// Milliseconds; long enough to be seen.
 const kSuccessShown = 400;
 
 const panel = document.querySelector('.panel');

@@ -1,4 +1,4 @@
-#include "rfid/card_manager.h"
+#include "rfid/card_manager_factory.h"
 
 #include "rfid/card_mifare_classic_manager.h"
 
@@ -10,7 +10,7 @@ Result<std::unique_ptr<CardManager>> makeCardManager(std::shared_ptr<sdk::Card> 
 {
     using sdk::CardType;
     const CardType type = card->type();
-    // Deliberately these and no other kind that would have sectors too.
+    // Only these kinds are supported, although others have sectors too.
     const bool isServed = type == CardType::MifareClassic1K || type == CardType::MifarePlusSl1_2K ||
                           type == CardType::MifarePlusSl1_4K;
     if (auto classic = std::dynamic_pointer_cast<sdk::CardMifareClassic>(card); isServed && classic)
