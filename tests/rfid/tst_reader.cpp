@@ -113,7 +113,7 @@ void TestReader::cardReplaced()
     QVERIFY(manager->findFreeSlot() && manager->writeSlot(1, QByteArray(38, 'x')));
     QCOMPARE(manager->readSlots().value(0).payload, QByteArray(38, 'x'));
 
-    onReader->stop();
+    card->setMisbehaviour({.vanishAfter = 0});
     QTRY_VERIFY(!reader->hasActiveCard());
     QVERIFY(!reader->card());
     const auto uid = uidText(*first);
@@ -123,6 +123,7 @@ void TestReader::cardReplaced()
 
     first.reset(); // its connection is the exclusive one
     manager.reset();
+    card->setMisbehaviour({});
     onReader = std::make_unique<Connection>(*card);
     QVERIFY(onReader->start({.port = m_daemon->port()}, kTimeout));
     QTRY_VERIFY(reader->hasActiveCard());
@@ -162,7 +163,9 @@ void TestReader::daemonKilled()
     // Another daemon takes its place.
     m_daemon.emplace();
     QCOMPARE(m_daemon->unavailable(), QString());
-    QCOMPARE(listReaders().size(), 2);
+    // Contexts are released: it keeps 200 of them.
+    for (int times = 0; times <= 200; ++times)
+        QCOMPARE(listReaders().size(), 2);
     // Its readers are empty, so none is opened.
     m_state.takeLog();
     QVERIFY(!findActiveReader());
