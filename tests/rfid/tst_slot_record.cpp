@@ -15,7 +15,6 @@ private slots:
     void published();
     void damaged_data();
     void damaged();
-    void dataArea_data();
     void dataArea();
 
 private:
@@ -25,7 +24,6 @@ private:
 void TestSlotRecord::published()
 {
     // The check value of CRC-32/ISO-HDLC in the catalogue of parametrised CRC algorithms.
-    QCOMPARE(crc32("123456789"), 0xCBF43926U);
     const QByteArray record = encodeSlotRecord("123456789");
     QCOMPARE(record, QByteArray::fromHex("564B01002639F4CB0900") + "123456789");
     QCOMPARE(decodeSlotRecord(record), std::optional(QByteArray("123456789")));
@@ -37,21 +35,16 @@ void TestSlotRecord::damaged_data()
     QTest::addColumn<QByteArray>("record");
     QTest::addColumn<QString>("logged");
     const auto row = [](const char* title, const char* header, const char* payload,
-                        const char* logged = "") {
-        QTest::newRow(title) << QByteArray::fromHex(header) + payload << QString(logged);
+                        const char* sums = "") {
+        QTest::newRow(title) << QByteArray::fromHex(header) + payload << QString(sums);
     };
-    const QString text = "[Verbose 1] Failed to deserialize data. size: %1 (expected %2), "
-                         "checksum: %3 (expected %4)";
-    row("nothing", "", "");
-    row("magic alone", "564B0100", "");
     row("header alone", "564B0100000000000000", "");
     row("other magic", "4B5601002639F4CB0900", "123456789");
     row("version 2", "564B02002639F4CB0900", "123456789");
-    QTest::newRow("length one too many")
-        << QByteArray::fromHex("564B01002639F4CB0A00") + "123456789"
-        << text.arg(9).arg(10).arg(3421780262U).arg(3421780262U);
-    QTest::newRow("a byte altered") << QByteArray::fromHex("564B01002639F4CB0100") + "x"
-                                    << text.arg(1).arg(1).arg(2363233923U).arg(3421780262U);
+    row("length one too many", "564B01002639F4CB0A00", "123456789",
+        "size: 9 (expected 10), checksum: 3421780262 (expected 3421780262)");
+    row("a byte altered", "564B01002639F4CB0100", "x",
+        "size: 1 (expected 1), checksum: 2363233923 (expected 3421780262)");
 }
 
 void TestSlotRecord::damaged()
@@ -59,27 +52,19 @@ void TestSlotRecord::damaged()
     QFETCH(QByteArray, record);
     QFETCH(QString, logged);
     QVERIFY(!decodeSlotRecord(record));
-    QCOMPARE(m_state.takeLog(), logged.isEmpty() ? QStringList() : QStringList(logged));
-}
-
-void TestSlotRecord::dataArea_data()
-{
-    QTest::addColumn<QByteArray>("payload");
-    QTest::newRow("one byte") << QByteArray("x");
-    QTest::newRow("zeros at the end") << QByteArray("x\0\0", 3);
-    QTest::newRow("one less than all") << QByteArray(37, 'x');
-    QTest::newRow("all") << QByteArray(38, 'x');
+    QCOMPARE(m_state.takeLog().value(0),
+             logged.isEmpty() ? "" : "[Verbose 1] Failed to deserialize data. " + logged);
 }
 
 void TestSlotRecord::dataArea()
 {
-    QFETCH(QByteArray, payload);
-    const QByteArray area = encodeSlotRecord(payload).leftJustified(48, '\0');
-    QCOMPARE(decodeSlotRecord(slotRecordOf(area)), std::optional(payload));
-    // A length beyond the area gives all of it, and a short area itself.
-    QByteArray altered = area;
-    altered[8] = '\xFF';
-    QCOMPARE(slotRecordOf(altered), altered);
+    for (const QByteArray& payload : {QByteArray("x\0\0", 3), QByteArray(38, 'x')}) {
+        const QByteArray record = encodeSlotRecord(payload);
+        QByteArray area = record.leftJustified(48, '\0');
+        QCOMPARE(slotRecordOf(area), record);
+        area[8] = 39; // beyond the area
+        QCOMPARE(slotRecordOf(area), area);
+    }
     QCOMPARE(slotRecordOf("short"), QByteArray("short"));
 }
 

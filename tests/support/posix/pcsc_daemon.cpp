@@ -4,7 +4,6 @@
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QTcpServer>
-#include <QThread>
 #include <winscard.h>
 
 namespace korvex::test {
@@ -13,9 +12,6 @@ namespace {
 
 constexpr int kTimeout = 10'000;
 constexpr int kPause = 10;
-constexpr quint16 kUsualPort = 35963;
-const char* const kSocketVariable = "PCSCLITE_CSOCK_NAME";
-const QString kUsualSocket = QStringLiteral("/run/pcscd/pcscd.comm");
 
 /// One for the process: its PC/SC library asks for the socket's place only once.
 const QTemporaryDir& folder()
@@ -55,16 +51,10 @@ PcscDaemon::PcscDaemon()
     : m_logPath(folder().filePath(QStringLiteral("log")))
     , m_port(freePorts())
 {
-    if (startOwn())
+    if (start())
         return;
     kill();
-    m_unavailable = log().simplified();
-    if (!QFile::exists(kUsualSocket))
-        return;
-    qputenv(kSocketVariable, QFile::encodeName(kUsualSocket));
-    m_port = kUsualPort;
-    if (waitForReaders())
-        m_unavailable.clear();
+    m_unavailable = QStringLiteral("no PC/SC daemon: ") + log().simplified();
 }
 
 PcscDaemon::~PcscDaemon()
@@ -85,28 +75,24 @@ void PcscDaemon::kill()
     m_process.waitForFinished(kTimeout);
 }
 
-bool PcscDaemon::startOwn()
+bool PcscDaemon::start()
 {
     m_process.setProcessChannelMode(QProcess::MergedChannels);
     m_process.setStandardOutputFile(m_logPath); // a pipe that nobody empties would stop it
     m_process.start(QStringLiteral(KORVEX_VIRTUAL_READER),
                     {folder().path(), QString::number(m_port)});
+    const auto waitUntil = [this](auto isReached) {
+        for (const QDeadlineTimer deadline(kTimeout); !isReached();)
+            if (m_process.waitForFinished(kPause) || deadline.hasExpired())
+                return false;
+        return true;
+    };
     const QString mark = QStringLiteral("socket ");
-    const QDeadlineTimer deadline(kTimeout);
-    while (!log().startsWith(mark) || !log().contains(QLatin1Char('\n')))
-        if (m_process.waitForFinished(kPause) || deadline.hasExpired())
-            return false;
-    qputenv(kSocketVariable,
+    if (!waitUntil([&] { return log().startsWith(mark) && log().contains(QLatin1Char('\n')); }))
+        return false;
+    qputenv("PCSCLITE_CSOCK_NAME",
             QFile::encodeName(log().section(QLatin1Char('\n'), 0, 0).mid(mark.size())));
-    return waitForReaders();
-}
-
-bool PcscDaemon::waitForReaders()
-{
-    for (const QDeadlineTimer deadline(kTimeout); !readerIsListed(); QThread::msleep(kPause))
-        if (deadline.hasExpired() || m_process.waitForFinished(0))
-            return false;
-    return true;
+    return waitUntil(readerIsListed);
 }
 
 QString PcscDaemon::log() const

@@ -7,10 +7,7 @@
 namespace korvex::test {
 
 /// A PC/SC daemon of the test's own with a virtual reader of two slots, which this process finds by
-/// the ordinary calls. Where none can be started, the machine's own daemon serves if it has the
-/// virtual reader. One at a time.
-///
-/// The tests that use it share the resource "pcscd" in ctest: not every system can keep two apart.
+/// the ordinary calls. One at a time: not every system can keep two apart.
 class PcscDaemon
 {
 public:
@@ -27,14 +24,11 @@ public:
     /// What the slot is called in the list of readers.
     static QString readerName(int slot = 0);
 
-    /// Whether it was started here, so that it can be ended here.
-    bool isOwn() const { return m_process.state() == QProcess::Running; }
     /// Ends it at once, as a crash would.
     void kill();
 
 private:
-    bool startOwn();
-    bool waitForReaders();
+    bool start();
     QString log() const;
 
     QProcess m_process;
