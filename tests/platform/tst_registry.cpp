@@ -110,9 +110,10 @@ void TestRegistry::caseOfNames()
 
 void TestRegistry::subKeys()
 {
-    for (const char* const key : {"\\b\\deep\\deeper", "\\a\\", "\\a", "\\C, more", " beside\\x"})
+    for (const char* const key : {"\\b\\deep\\deeper", "\\\\a\\", "\\C, more", " beside\\x"})
         QVERIFY(RegistryKey(kPath + key).writeNumber("x", 1));
     QCOMPARE(m_key.subKeys(), (QStringList{"a", "b", "C, more"}));
+    QVERIFY(RegistryKey(kPath + "\\a").readNumber("x"));
 }
 
 void TestRegistry::refused()
