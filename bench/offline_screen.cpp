@@ -92,7 +92,7 @@ void prepareRegistry()
                                   QStringLiteral("http://127.0.0.1:1"));
     const QString user = thisUser();
     const korvex::UserRegistryData data({.user = user, .sid = korvex::sidOf(user)});
-    if (!data.key() || !data.key()->writeBool(QStringLiteral("OfflineAuth"), true) ||
+    if (!data.key() || !data.key()->writeNumber(QStringLiteral("OfflineAuth"), 1) ||
         !korvex::otp::storeOtpSecret(&data, "GEZDGNBVGY3TQOJQGEZDGNBVGY3TQOJQ"))
         throw std::runtime_error("cannot prepare the user's data");
 }

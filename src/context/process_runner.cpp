@@ -10,7 +10,7 @@ namespace korvex {
 
 namespace {
 
-constexpr int kTimeout = 30000; // milliseconds
+constexpr std::chrono::seconds kTimeout(30);
 constexpr int kMaxOutput = 64 * 1024;
 
 QString readTrimmed(QProcess& process, QProcess::ProcessChannel channel)
@@ -24,13 +24,19 @@ QString readTrimmed(QProcess& process, QProcess::ProcessChannel channel)
 bool runProcess(const QString& program, const QString& nativeArguments, QString& output,
                 QString& errors)
 {
+    return runProcessWithin(kTimeout, program, nativeArguments, output, errors);
+}
+
+bool runProcessWithin(std::chrono::milliseconds limit, const QString& program,
+                      const QString& nativeArguments, QString& output, QString& errors)
+{
     QProcess process;
     process.setWorkingDirectory(platform::installDirectory());
     process.setProgram(program);
     platform::setNativeArguments(process, nativeArguments);
     process.start(QIODevice::ReadWrite);
     // One that hangs is abandoned: the process object kills it when it goes.
-    if (!process.waitForFinished(kTimeout)) {
+    if (!process.waitForFinished(static_cast<int>(limit.count()))) {
         logger().logError(QStringLiteral("Failed to execute '%1' process. Error details: '%2'")
                               .arg(program, process.errorString()));
         return false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <chrono>
 #include <functional>
 
 namespace korvex {
@@ -10,6 +11,10 @@ namespace korvex {
 /// nothing. Every failure is logged. The argument string is passed unchanged. Any thread.
 bool runProcess(const QString& program, const QString& nativeArguments, QString& output,
                 QString& errors);
+
+/// The same with another limit than 30 seconds.
+bool runProcessWithin(std::chrono::milliseconds limit, const QString& program,
+                      const QString& nativeArguments, QString& output, QString& errors);
 
 /// The form of runProcess(), so that a test can answer in its place.
 using ProcessRunner = std::function<bool(const QString& program, const QString& nativeArguments,

@@ -26,7 +26,7 @@ public:
     explicit ServiceState(bool debugRequests = false)
     {
         mainKey().writeNumber("debugMode", 3);
-        mainKey().writeBool("debugKorvexRequests", debugRequests);
+        mainKey().writeNumber("debugKorvexRequests", debugRequests ? 1 : 0);
         logger();
     }
 
@@ -41,7 +41,7 @@ public:
         mainKey().writeString("korvexApiServer", m_service->baseUrl());
         mainKey().writeString("FailMode", "deny");
         mainKey().writeNumber("RequestTimeout", 10000);
-        mainKey().writeBool("sendUPN", false);
+        mainKey().writeNumber("sendUPN", 0);
         cacheKey().writeNumber("IsCompanyDataReaded", 1); // one request less in each sign-in
         clearVerdict();
         takeLog();
