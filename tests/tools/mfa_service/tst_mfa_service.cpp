@@ -174,12 +174,13 @@ void TestMfaService::program()
     QProcess process;
     process.start(KORVEX_MFA_SERVICE,
                   {"--system-token", "system", "--secret-key", "Jefe", "--user",
-                   "alice=GEZDGNBVGY3TQOJQ", "--misbehave", kInit + "=envelope-error:84"});
+                   "alice=GEZDGNBVGY3TQOJQ", "--misbehave", kCredentials + "=envelope-error:84"});
     QByteArray output;
     QVERIFY(QTest::qWaitFor(
         [&] { return (output += process.readAllStandardOutput()).endsWith('\n'); }, kTimeout));
     m_baseUrl = QString(output).section(' ', -1).trimmed();
-    QCOMPARE(post(kInit, kInitBody).result()["code"], 84);
+    QCOMPARE(post(kInit, kInitBody).status, 200);
+    QCOMPARE(post(kCredentials, credentialsBody("x")).result()["code"], 84);
     process.terminate();
     QVERIFY(process.waitForFinished(kTimeout));
     QVERIFY(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0);
