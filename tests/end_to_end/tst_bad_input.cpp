@@ -11,17 +11,12 @@
 using korvex::test::contentOf;
 using korvex::test::Outcome;
 using korvex::test::SignInRig;
+using korvex::test::writeFile;
 
 namespace {
 
 const QString kNoUser = QStringLiteral("denied: Invalid transaction fields");
 const QString kGranted = QStringLiteral("granted: User allowed by Korvex server");
-
-bool write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
 
 } // namespace
 
@@ -65,7 +60,7 @@ void TestBadInput::json()
     QFETCH(QByteArray, json);
     SignInRig rig;
     const QString path = rig.root().path() + QStringLiteral("/input.json");
-    QVERIFY(write(path, json));
+    QVERIFY(writeFile(path, json));
     const Outcome outcome = rig.run({QLatin1Char('@') + path});
     QTEST(outcome.lastVerdict(), "verdict");
     QCOMPARE(outcome.verdicts.size(), 1);
@@ -79,7 +74,7 @@ void TestBadInput::corruptRegistry()
     for (const char* suffix : {"-wal", "-shm"})
         QFile::remove(path + QLatin1String(suffix));
     const QByteArray garbage(8192, 'x');
-    QVERIFY(write(path, garbage));
+    QVERIFY(writeFile(path, garbage));
     const Outcome outcome = rig.signIn();
     QCOMPARE(outcome.lastVerdict(), QStringLiteral("granted: Invalid configuration"));
     QCOMPARE(outcome.boxesDismissed, 1);
@@ -118,7 +113,7 @@ void TestBadInput::unwritableFolders()
     SignInRig rig;
     QVERIFY(QDir().mkpath(korvex::platform::dataRoot()));
     // A file stands where the folder should be, which stops a privileged user too.
-    QVERIFY(write(korvex::platform::dataRoot() + QLatin1Char('/') + folder, "not a folder"));
+    QVERIFY(writeFile(korvex::platform::dataRoot() + QLatin1Char('/') + folder, "not a folder"));
     const Outcome outcome = rig.signIn();
     QCOMPARE(outcome.verdicts, QVector<int>{1});
     QVERIFY(!outcome.crashed);

@@ -33,4 +33,7 @@ private:
 /// The bytes of a file; none for a file that cannot be read.
 QByteArray contentOf(const QString& path);
 
+/// Makes the file, or what it holds, these bytes; false when that failed.
+[[nodiscard]] bool writeFile(const QString& path, const QByteArray& content);
+
 } // namespace korvex::test

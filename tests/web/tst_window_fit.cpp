@@ -35,18 +35,16 @@ void TestWindowFit::fit()
     check({400, 900}, {1280, 400}, 1, {267, 607}, 1.5, tooTall.arg("1280", "400", "1"));
     check({400, 900}, {853, 480}, 1.5, {200, 455}, 2, tooTall.arg("1279.5", "720", "1.5"));
     check({400, 600}, {640, 360}, 2, {210, 320}, 610 / 320.0, adjusted.arg("2", "1.90625"));
-    check({8192, 8192}, {1280000, 9}, 1, {5461, 5468}, 1.5, tooTall.arg("1.28e+06", "9", "1"));
-    check({0, 0}, {1280, 40}, 1, {0, 7}, 1.5, tooTall.arg("1280", "40", "1"));
+    check({0, 0}, {1280000, 40}, 1, {0, 7}, 1.5, tooTall.arg("1.28e+06", "40", "1"));
 }
 
 void TestWindowFit::answer()
 {
     using Limits = std::numeric_limits<double>;
-    QVariantMap map{{"windowWidth", 1},
-                    {"windowHeight", 2},
-                    {"scrollWidth", 3},
-                    {"scrollHeight", 4},
-                    {"panelHeight", 5}};
+    QVariantMap map;
+    for (const char* const side :
+         {"windowWidth", "windowHeight", "scrollWidth", "scrollHeight", "panelHeight"})
+        map[side] = 1;
     QVERIFY(!korvex::readPageDimensions(map) && !korvex::readPageDimensions(400));
     const QVector<std::pair<QVariant, int>> widths = {{400, 400},
                                                       {399.6, 400},
