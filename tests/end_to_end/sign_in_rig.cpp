@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
+#include <algorithm>
 #include <unistd.h>
 
 namespace korvex::test {
@@ -166,9 +167,10 @@ Outcome SignInRig::run(const QStringList& arguments, const std::function<bool()>
 
     Outcome outcome;
     outcome.output = host.readAll();
-    outcome.exitCode = host.exitCode();
     outcome.crashed = host.exitStatus() != QProcess::NormalExit;
-    if (outcome.crashed)
+    if (!outcome.crashed)
+        outcome.exitCode = host.exitCode();
+    else
         qWarning("the host crashed; its output:\n%s", outcome.output.constData());
     outcome.boxesDismissed = boxes.count();
     outcome.log = m_root.logMessages().mid(before);
@@ -180,9 +182,15 @@ Outcome SignInRig::run(const QStringList& arguments, const std::function<bool()>
     return outcome;
 }
 
-Outcome SignInRig::signIn(const QString& user)
+Outcome SignInRig::signIn(const QString& user, const std::function<bool()>& meanwhile)
 {
-    return run({QStringLiteral("{\"user\":\"%1\",\"ip\":\"\"}").arg(user)});
+    return run({QStringLiteral("{\"user\":\"%1\",\"ip\":\"\"}").arg(user)}, meanwhile);
+}
+
+int SignInRig::requestCount(const QString& route) const
+{
+    const auto requests = m_service->requests();
+    return static_cast<int>(std::ranges::count(requests, route, &mfa_service::Request::route));
 }
 
 } // namespace korvex::test
