@@ -167,8 +167,7 @@ Outcome SignInRig::run(const QStringList& arguments, const std::function<bool()>
 
     Outcome outcome;
     outcome.output = host.readAll();
-    outcome.crashed = host.exitStatus() != QProcess::NormalExit;
-    if (!outcome.crashed)
+    if (host.exitStatus() == QProcess::NormalExit)
         outcome.exitCode = host.exitCode();
     else
         qWarning("the host crashed; its output:\n%s", outcome.output.constData());
