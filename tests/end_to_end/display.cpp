@@ -1,9 +1,12 @@
 #include "end_to_end/display.h"
 
 #include <QCoreApplication>
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <optional>
+#include <vector>
 #include <xcb/xcb.h>
 
 namespace korvex::test {
@@ -39,17 +42,24 @@ bool isShown(xcb_connection_t* connection, xcb_window_t window)
 }
 
 /// Without a window manager every top-level window is a child of the root; the last is on top.
-std::optional<xcb_window_t> topWindow(xcb_connection_t* connection)
+std::vector<xcb_window_t> shownWindows(xcb_connection_t* connection)
 {
     const Reply<xcb_query_tree_reply_t> tree(
         xcb_query_tree_reply(connection, xcb_query_tree(connection, rootOf(connection)), nullptr));
-    if (!tree)
-        return std::nullopt;
-    const xcb_window_t* const windows = xcb_query_tree_children(tree.get());
-    for (int i = xcb_query_tree_children_length(tree.get()) - 1; i >= 0; --i)
-        if (isShown(connection, windows[i]))
-            return windows[i];
-    return std::nullopt;
+    std::vector<xcb_window_t> windows;
+    if (tree)
+        std::copy_if(xcb_query_tree_children(tree.get()),
+                     xcb_query_tree_children(tree.get()) +
+                         xcb_query_tree_children_length(tree.get()),
+                     std::back_inserter(windows),
+                     [&](xcb_window_t window) { return isShown(connection, window); });
+    return windows;
+}
+
+std::optional<xcb_window_t> topWindow(xcb_connection_t* connection)
+{
+    const auto windows = shownWindows(connection);
+    return windows.empty() ? std::nullopt : std::optional(windows.back());
 }
 
 xcb_atom_t atom(xcb_connection_t* connection, const QByteArray& name)
@@ -106,6 +116,11 @@ void Display::type(const QString& text) const
 void Display::press(const QString& key) const
 {
     runTool(QStringLiteral("xdotool"), {QStringLiteral("key"), key});
+}
+
+void Display::click(int button) const
+{
+    runTool(QStringLiteral("xdotool"), {QStringLiteral("click"), QString::number(button)});
 }
 
 void Display::copy(const QString& text) const
@@ -172,9 +187,9 @@ QString Display::topWindowTitle() const
                              xcb_get_property_value_length(title.get()));
 }
 
-bool Display::hasVisibleWindow() const
+int Display::visibleWindows() const
 {
-    return topWindow(connectTo(m_name).get()).has_value();
+    return static_cast<int>(shownWindows(connectTo(m_name).get()).size());
 }
 
 QRect Display::topWindowGeometry() const
