@@ -9,12 +9,8 @@
 
 using namespace korvex::test;
 
-namespace {
-
 const QString kCredentials = "/api/transaction/credentials";
 const QString kCode = "/signin/code";
-
-} // namespace
 
 class TestOnlineSignIn : public QObject
 {
@@ -44,18 +40,14 @@ void TestOnlineSignIn::personTypesTheCode()
     };
     bool wrongSent = false;
     const Outcome outcome = rig.signIn("CORP\\alice", [&] {
-        if (!rig.display().hasVisibleWindow())
-            return false;
-        const QString code = rig.code();
-        if (wrongSent)
-            return enter(code);
-        wrongSent = enter((code.startsWith('0') ? '1' : '0') + code.mid(1));
+        if (!rig.display().hasVisibleWindow() || wrongSent)
+            return wrongSent && enter(rig.code());
+        wrongSent = enter((rig.code().startsWith('0') ? '1' : '0') + rig.code().mid(1));
         return false;
     });
     QVERIFY(wrongSent);
     QCOMPARE(outcome.verdicts, QVector<int>{1});
     QCOMPARE(outcome.exitCode, 0);
-    QCOMPARE(outcome.lastVerdict(), "granted: User allowed by Korvex server");
 }
 
 void TestOnlineSignIn::browser()
@@ -95,18 +87,19 @@ void TestOnlineSignIn::tokenHandOver()
 
 void TestOnlineSignIn::credentialAnswer()
 {
+    const QString user = "CORP\\alice";
     const QString mismatch = "denied: Authentication data does not match";
     const QString broken = "denied: Korvex server unsupported failure response";
     for (const auto& [result, verdict] :
-         {std::pair(QJsonObject{{"systemToken", "system-token"}, {"username", "Alice"}}, mismatch),
-          {{{"systemToken", "other"}, {"username", "alice"}}, mismatch},
+         {std::pair(QJsonObject{{"systemToken", "system-token"}, {"username", "CORP\\Alice"}},
+                    mismatch),
+          {{{"systemToken", "other"}, {"username", user}}, mismatch},
           {{{"systemToken", "system-token"}}, broken},
-          {{{"username", "alice"}}, broken}}) {
+          {{{"username", user}}, broken}}) {
         SignInRig rig;
         rig.set("FailMode", "bypass"); // has no say in these
         rig.service().setResult(kCredentials, result);
-        const Outcome outcome = rig.signIn();
-        QCOMPARE(outcome.verdicts, QVector<int>{0});
+        const Outcome outcome = rig.signIn(user);
         QCOMPARE(outcome.exitCode, 1);
         QCOMPARE(outcome.lastVerdict(), verdict);
     }
