@@ -88,14 +88,11 @@ Display::Display()
         100 + (QCoreApplication::applicationPid() * 64 + count++) % 50000);
     // Pixels are not scaled at 96 to the inch. Without a reset when its last client goes, a look at
     // the windows cannot turn away the program that is about to open one.
-    m_server.start(QStringLiteral("Xvfb"),
-                   {number, QStringLiteral("-displayfd"), QStringLiteral("1"),
-                    QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("1280x720x24"),
-                    QStringLiteral("-dpi"), QStringLiteral("96"), QStringLiteral("-noreset"),
-                    QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+    m_server.start("Xvfb", {number, "-displayfd", "1", "-screen", "0", "1280x720x24", "-dpi", "96",
+                            "-noreset", "-nolisten", "tcp"});
     while (!m_server.canReadLine() && m_server.waitForReadyRead(20000)) {
     }
-    m_name = QLatin1Char(':') + QString::fromLatin1(m_server.readLine().trimmed());
+    m_name = ':' + QString::fromLatin1(m_server.readLine().trimmed());
     if (m_name.size() < 2)
         qFatal("Xvfb does not start");
 }
@@ -115,18 +112,17 @@ void Display::type(const QString& text) const
 
 void Display::press(const QString& key) const
 {
-    runTool(QStringLiteral("xdotool"), {QStringLiteral("key"), key});
+    runTool("xdotool", {"key", key});
 }
 
 void Display::click(int button) const
 {
-    runTool(QStringLiteral("xdotool"), {QStringLiteral("click"), QString::number(button)});
+    runTool("xdotool", {"click", QString::number(button)});
 }
 
 void Display::copy(const QString& text) const
 {
-    runTool(QStringLiteral("xclip"), {QStringLiteral("-selection"), QStringLiteral("clipboard")},
-            text.toUtf8());
+    runTool("xclip", {"-selection", "clipboard"}, text.toUtf8());
 }
 
 void Display::runTool(const QString& program, const QStringList& arguments,
@@ -134,14 +130,13 @@ void Display::runTool(const QString& program, const QStringList& arguments,
 {
     QProcess tool;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DISPLAY"), m_name);
+    environment.insert("DISPLAY", m_name);
     tool.setProcessEnvironment(environment);
     tool.start(program, arguments);
     tool.write(input);
     tool.closeWriteChannel();
     if (!tool.waitForFinished(10000) || tool.exitCode() != 0)
-        qWarning("failed: %s %s", qPrintable(program),
-                 qPrintable(arguments.join(QLatin1Char(' '))));
+        qWarning("failed: %s %s", qPrintable(program), qPrintable(arguments.join(' ')));
 }
 
 bool Display::closeTopWindow() const

@@ -62,8 +62,7 @@ public:
     /// `meanwhile` is called again and again until it returns true.
     Outcome run(const QStringList& arguments, const std::function<bool()>& meanwhile = {});
     /// A console sign-in of one user.
-    Outcome signIn(const QString& user = QStringLiteral("alice"),
-                   const std::function<bool()>& meanwhile = {});
+    Outcome signIn(const QString& user = "alice", const std::function<bool()>& meanwhile = {});
     /// How many requests for the route the service has received.
     int requestCount(const QString& route) const;
 
