@@ -1,9 +1,12 @@
 #include "end_to_end/display.h"
 
 #include <QCoreApplication>
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <optional>
+#include <vector>
 #include <xcb/xcb.h>
 
 namespace korvex::test {
@@ -39,17 +42,24 @@ bool isShown(xcb_connection_t* connection, xcb_window_t window)
 }
 
 /// Without a window manager every top-level window is a child of the root; the last is on top.
-std::optional<xcb_window_t> topWindow(xcb_connection_t* connection)
+std::vector<xcb_window_t> shownWindows(xcb_connection_t* connection)
 {
     const Reply<xcb_query_tree_reply_t> tree(
         xcb_query_tree_reply(connection, xcb_query_tree(connection, rootOf(connection)), nullptr));
-    if (!tree)
-        return std::nullopt;
-    const xcb_window_t* const windows = xcb_query_tree_children(tree.get());
-    for (int i = xcb_query_tree_children_length(tree.get()) - 1; i >= 0; --i)
-        if (isShown(connection, windows[i]))
-            return windows[i];
-    return std::nullopt;
+    std::vector<xcb_window_t> windows;
+    if (tree)
+        std::copy_if(xcb_query_tree_children(tree.get()),
+                     xcb_query_tree_children(tree.get()) +
+                         xcb_query_tree_children_length(tree.get()),
+                     std::back_inserter(windows),
+                     [&](xcb_window_t window) { return isShown(connection, window); });
+    return windows;
+}
+
+std::optional<xcb_window_t> topWindow(xcb_connection_t* connection)
+{
+    const auto windows = shownWindows(connection);
+    return windows.empty() ? std::nullopt : std::optional(windows.back());
 }
 
 xcb_atom_t atom(xcb_connection_t* connection, const QByteArray& name)
@@ -78,14 +88,11 @@ Display::Display()
         100 + (QCoreApplication::applicationPid() * 64 + count++) % 50000);
     // Pixels are not scaled at 96 to the inch. Without a reset when its last client goes, a look at
     // the windows cannot turn away the program that is about to open one.
-    m_server.start(QStringLiteral("Xvfb"),
-                   {number, QStringLiteral("-displayfd"), QStringLiteral("1"),
-                    QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("1280x720x24"),
-                    QStringLiteral("-dpi"), QStringLiteral("96"), QStringLiteral("-noreset"),
-                    QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+    m_server.start("Xvfb", {number, "-displayfd", "1", "-screen", "0", "1280x720x24", "-dpi", "96",
+                            "-noreset", "-nolisten", "tcp"});
     while (!m_server.canReadLine() && m_server.waitForReadyRead(20000)) {
     }
-    m_name = QLatin1Char(':') + QString::fromLatin1(m_server.readLine().trimmed());
+    m_name = ':' + QString::fromLatin1(m_server.readLine().trimmed());
     if (m_name.size() < 2)
         qFatal("Xvfb does not start");
 }
@@ -105,13 +112,17 @@ void Display::type(const QString& text) const
 
 void Display::press(const QString& key) const
 {
-    runTool(QStringLiteral("xdotool"), {QStringLiteral("key"), key});
+    runTool("xdotool", {"key", key});
+}
+
+void Display::click(int button) const
+{
+    runTool("xdotool", {"click", QString::number(button)});
 }
 
 void Display::copy(const QString& text) const
 {
-    runTool(QStringLiteral("xclip"), {QStringLiteral("-selection"), QStringLiteral("clipboard")},
-            text.toUtf8());
+    runTool("xclip", {"-selection", "clipboard"}, text.toUtf8());
 }
 
 void Display::runTool(const QString& program, const QStringList& arguments,
@@ -119,14 +130,13 @@ void Display::runTool(const QString& program, const QStringList& arguments,
 {
     QProcess tool;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DISPLAY"), m_name);
+    environment.insert("DISPLAY", m_name);
     tool.setProcessEnvironment(environment);
     tool.start(program, arguments);
     tool.write(input);
     tool.closeWriteChannel();
     if (!tool.waitForFinished(10000) || tool.exitCode() != 0)
-        qWarning("failed: %s %s", qPrintable(program),
-                 qPrintable(arguments.join(QLatin1Char(' '))));
+        qWarning("failed: %s %s", qPrintable(program), qPrintable(arguments.join(' ')));
 }
 
 bool Display::closeTopWindow() const
@@ -172,9 +182,9 @@ QString Display::topWindowTitle() const
                              xcb_get_property_value_length(title.get()));
 }
 
-bool Display::hasVisibleWindow() const
+int Display::visibleWindows() const
 {
-    return topWindow(connectTo(m_name).get()).has_value();
+    return static_cast<int>(shownWindows(connectTo(m_name).get()).size());
 }
 
 QRect Display::topWindowGeometry() const

@@ -17,16 +17,17 @@ public:
 
     QString name() const { return m_name; }
 
-    /// What a person does at the keyboard.
+    /// What a person does at the keyboard and, at first in the middle of the display, the mouse.
     void type(const QString& text) const;
     void press(const QString& key) const;
+    void click(int button) const;
     /// Puts a text into the clipboard.
     void copy(const QString& text) const;
 
     /// Asks the topmost visible window to close, as its close button does.
     bool closeTopWindow() const;
-    /// Whether any window is visible.
-    bool hasVisibleWindow() const;
+    int visibleWindows() const;
+    bool hasVisibleWindow() const { return visibleWindows() > 0; }
     /// Place and size of the topmost visible window, in pixels of the display; empty without one.
     QRect topWindowGeometry() const;
     /// Whether what is typed now reaches the topmost visible window.

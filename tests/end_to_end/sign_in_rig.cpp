@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
+#include <algorithm>
 #include <unistd.h>
 
 namespace korvex::test {
@@ -33,13 +34,13 @@ public:
     void look()
     {
         const QStringList messages = m_root.logMessages().mid(m_from);
-        if (messages.isEmpty() || !messages.last().startsWith(QLatin1String("[MessageBox]")) ||
+        if (messages.isEmpty() || !messages.last().startsWith("[MessageBox]") ||
             !m_display.hasVisibleWindow())
             return;
         if (messages.size() != m_boxAt)
             ++m_count;
         m_boxAt = messages.size();
-        m_display.press(QStringLiteral("Return"));
+        m_display.press("Return");
     }
 
     int count() const { return m_count; }
@@ -56,19 +57,18 @@ private:
 
 QString Outcome::lastVerdict() const
 {
-    static const QRegularExpression line(
-        QStringLiteral("^User access (granted|denied), reason: (.*)$"));
+    static const QRegularExpression line("^User access (granted|denied), reason: (.*)$");
     for (auto message = log.crbegin(); message != log.crend(); ++message)
         if (const auto match = line.match(*message); match.hasMatch())
-            return match.captured(1) + QStringLiteral(": ") + match.captured(2);
+            return match.captured(1) + ": " + match.captured(2);
     return {};
 }
 
 SignInRig::SignInRig()
 {
     mfa_service::ServiceOptions options;
-    options.systemToken = QStringLiteral("system-token");
-    options.secretKey = QStringLiteral("secret-key");
+    options.systemToken = "system-token";
+    options.secretKey = "secret-key";
     options.codeReady = [this](const QString&, const QString& code) {
         const std::lock_guard lock(m_mutex);
         m_code = code;
@@ -78,22 +78,21 @@ SignInRig::SignInRig()
                 QStringLiteral("<!doctype html><meta charset=utf-8><title>Sign in</title>"
                                "<style>body { margin: 0 }</style><div class=panel "
                                "style='width: 300px; height: 200px'>Test</div><script>%1</script>")
-                    .arg(script.replace(QLatin1String("SUBMIT"), QLatin1String(kSubmit))
-                             .replace(QLatin1String("CODE"), code))
+                    .arg(script.replace("SUBMIT", kSubmit).replace("CODE", code))
                     .toUtf8());
     };
     m_service = std::make_unique<mfa_service::MfaService>(options);
     if (const auto started = m_service->start(); !started)
         qFatal("%s", qPrintable(started.error()));
-    showScript(QStringLiteral("SUBMIT"));
+    showScript("SUBMIT");
 
     QDir().mkpath(platform::installDirectory());
-    set(QStringLiteral("systemToken"), options.systemToken);
-    set(QStringLiteral("SecretKey"), options.secretKey);
-    set(QStringLiteral("korvexApiServer"), m_service->baseUrl());
-    set(QStringLiteral("FailMode"), QStringLiteral("deny"));
-    set(QStringLiteral("debugMode"), 3);
-    set(QStringLiteral("RevokeRememberDevicePolicy"), 0); // asks services on the internet
+    set("systemToken", options.systemToken);
+    set("SecretKey", options.secretKey);
+    set("korvexApiServer", m_service->baseUrl());
+    set("FailMode", "deny");
+    set("debugMode", 3);
+    set("RevokeRememberDevicePolicy", 0); // asks services on the internet
 }
 
 void SignInRig::set(const QString& name, const QString& value)
@@ -130,14 +129,14 @@ QString SignInRig::code() const
 Outcome SignInRig::run(const QStringList& arguments, const std::function<bool()>& meanwhile)
 {
     QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
-    variables.insert(QStringLiteral("DISPLAY"), m_display.name());
-    variables.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    variables.insert("DISPLAY", m_display.name());
+    variables.remove("QT_QPA_PLATFORM");
     // The web engine's sandbox cannot run as root, and the engine keeps files in the home folder.
     if (::geteuid() == 0)
-        variables.insert(QStringLiteral("QTWEBENGINE_DISABLE_SANDBOX"), QStringLiteral("1"));
-    variables.insert(QStringLiteral("HOME"), m_root.path());
-    variables.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_root.path());
-    variables.insert(QStringLiteral("LANGUAGE"), QStringLiteral("en_US"));
+        variables.insert("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    variables.insert("HOME", m_root.path());
+    variables.insert("XDG_RUNTIME_DIR", m_root.path());
+    variables.insert("LANGUAGE", "en_US");
     for (auto entry = environment.cbegin(); entry != environment.cend(); ++entry)
         variables.insert(entry.key(), entry.value());
 
@@ -147,7 +146,7 @@ Outcome SignInRig::run(const QStringList& arguments, const std::function<bool()>
     QProcess host;
     host.setProcessEnvironment(variables);
     host.setProcessChannelMode(QProcess::MergedChannels);
-    QStringList command = m_wrapper + QStringList{QStringLiteral(KORVEX_SIGNIN_HOST)} + arguments;
+    QStringList command = m_wrapper + QStringList{KORVEX_SIGNIN_HOST} + arguments;
     const QString program = command.takeFirst();
     host.start(program, command);
     QElapsedTimer time;
@@ -157,7 +156,7 @@ Outcome SignInRig::run(const QStringList& arguments, const std::function<bool()>
         done = done || meanwhile();
         if (time.elapsed() > kRunTimeout) {
             qWarning("the host did not end; its log:\n%s",
-                     qPrintable(m_root.logMessages().mid(before).join(QLatin1Char('\n'))));
+                     qPrintable(m_root.logMessages().mid(before).join('\n')));
             host.kill();
             host.waitForFinished(5000);
             break;
@@ -166,13 +165,13 @@ Outcome SignInRig::run(const QStringList& arguments, const std::function<bool()>
 
     Outcome outcome;
     outcome.output = host.readAll();
-    outcome.exitCode = host.exitCode();
-    outcome.crashed = host.exitStatus() != QProcess::NormalExit;
-    if (outcome.crashed)
+    if (host.exitStatus() == QProcess::NormalExit)
+        outcome.exitCode = host.exitCode();
+    else
         qWarning("the host crashed; its output:\n%s", outcome.output.constData());
     outcome.boxesDismissed = boxes.count();
     outcome.log = m_root.logMessages().mid(before);
-    static const QRegularExpression line(QStringLiteral("^verdict: (-?\\d+)$"),
+    static const QRegularExpression line("^verdict: (-?\\d+)$",
                                          QRegularExpression::MultilineOption);
     auto match = line.globalMatch(QString::fromUtf8(outcome.output));
     while (match.hasNext())
@@ -180,9 +179,15 @@ Outcome SignInRig::run(const QStringList& arguments, const std::function<bool()>
     return outcome;
 }
 
-Outcome SignInRig::signIn(const QString& user)
+Outcome SignInRig::signIn(const QString& user, const std::function<bool()>& meanwhile)
 {
-    return run({QStringLiteral("{\"user\":\"%1\",\"ip\":\"\"}").arg(user)});
+    return run({QStringLiteral("{\"user\":\"%1\",\"ip\":\"\"}").arg(user)}, meanwhile);
+}
+
+int SignInRig::requestCount(const QString& route) const
+{
+    const auto requests = m_service->requests();
+    return static_cast<int>(std::ranges::count(requests, route, &mfa_service::Request::route));
 }
 
 } // namespace korvex::test

@@ -17,15 +17,20 @@ namespace korvex::test {
 /// How a run of korvex-signin-host ended.
 struct Outcome
 {
-    QVector<int> verdicts; ///< of the calls that returned
-    int exitCode = -1;
-    bool crashed = false;
+    QVector<int> verdicts;  ///< of the calls that returned
+    int exitCode = -1;      ///< stays so for a crash
     int boxesDismissed = 0; ///< message boxes that waited for a key
     QStringList log;        ///< messages without their prefix, of this run
     QByteArray output;
 
     /// The reason of the last verdict line, with "granted: " or "denied: " before it.
     QString lastVerdict() const;
+    /// Whether the process ended as the product ends it for a closed window: by itself, with no
+    /// verdict.
+    bool endedWithoutVerdict() const
+    {
+        return exitCode == 0 && verdicts.isEmpty() && lastVerdict().isEmpty();
+    }
 };
 
 /// Everything a whole sign-in needs: a root folder with its registry, a running service, a display,
@@ -57,7 +62,9 @@ public:
     /// `meanwhile` is called again and again until it returns true.
     Outcome run(const QStringList& arguments, const std::function<bool()>& meanwhile = {});
     /// A console sign-in of one user.
-    Outcome signIn(const QString& user = QStringLiteral("alice"));
+    Outcome signIn(const QString& user = "alice", const std::function<bool()>& meanwhile = {});
+    /// How many requests for the route the service has received.
+    int requestCount(const QString& route) const;
 
     /// A command to run the host with, in place of starting it directly.
     void setWrapper(const QStringList& command) { m_wrapper = command; }

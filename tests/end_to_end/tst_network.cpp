@@ -12,7 +12,7 @@ using namespace korvex::test;
 
 namespace {
 
-const QString kConsole = QStringLiteral("{\"user\":\"root\",\"ip\":\"\"}");
+const QString kConsole = "{\"user\":\"root\",\"ip\":\"\"}";
 const QByteArray kClosed = "BasicAuth me secret-pw\n";
 
 /// The service under another name than loopback's own, which no proxy is asked for.
@@ -21,26 +21,26 @@ QString elsewhere(SignInRig& rig)
     return rig.service().baseUrl().replace("127.0.0.1", "service.example");
 }
 
-/// Runs Debian's small HTTP proxy, which puts its name into what it passes on, for the sign-in.
+/// Debian's small HTTP proxy, which puts its name into what it passes on, for the rig's sign-ins.
 std::unique_ptr<QProcess> startProxy(SignInRig& rig, const QByteArray& access,
                                      const QString& password)
 {
-    QFile file(rig.root().path() + QStringLiteral("/tinyproxy.conf"));
+    QFile file(rig.root().path() + "/tinyproxy.conf");
     if (!file.open(QIODevice::WriteOnly) ||
         file.write("Port 3128\nListen 127.0.0.1\n" + access) < 0)
         qFatal("the proxy cannot be configured");
     file.close();
     auto proxy = std::make_unique<QProcess>();
     proxy->setProcessChannelMode(QProcess::MergedChannels);
-    proxy->start(QStringLiteral("tinyproxy"), {"-d", "-c", file.fileName()});
+    proxy->start("tinyproxy", {"-d", "-c", file.fileName()});
     QByteArray output;
     while (!output.contains("Accepting connections") && proxy->waitForReadyRead(5000))
         output += proxy->readAll();
-    rig.set(QStringLiteral("proxyMode"), 1);
-    rig.set(QStringLiteral("proxyHost"), QStringLiteral("127.0.0.1"));
-    rig.set(QStringLiteral("proxyPort"), 3128);
-    rig.set(QStringLiteral("proxyUsername"), QStringLiteral("me"));
-    rig.set(QStringLiteral("proxyPassword"), password);
+    rig.set("proxyMode", 1);
+    rig.set("proxyHost", "127.0.0.1");
+    rig.set("proxyPort", 3128);
+    rig.set("proxyUsername", "me");
+    rig.set("proxyPassword", password);
     return proxy;
 }
 
@@ -65,27 +65,26 @@ void TestNetwork::revocation()
         return QByteArray(unchanged-- > 0 ? "203.0.113.7\n" : "203.0.113.8\n");
     });
     // The page reports what the engine has kept, then has it keep something.
-    rig.showScript(QStringLiteral(
+    rig.showScript(
         "fetch('/seen/' + document.cookie + '/' + localStorage.device).then(() => {"
-        " document.cookie = 'device=1; max-age=86400'; localStorage.device = 'kept'; SUBMIT })"));
-    rig.set(QStringLiteral("RevokeRememberDevicePolicy"), 2);
+        " document.cookie = 'device=1; max-age=86400'; localStorage.device = 'kept'; SUBMIT })");
+    rig.set("RevokeRememberDevicePolicy", 2);
     // Each process ends right after its last verdict.
     QStringList log;
     for (const QStringList& inputs : {QStringList{kConsole}, {kConsole}, {kConsole, kConsole}})
         log += rig.run(inputs).log;
     const QStringList asked = services.takeRequests();
-    QCOMPARE(asked.size(), 12);
-    QCOMPARE(asked.count(asked.first()), 12);
+    QCOMPARE(asked, QStringList(QVector<QString>(12, asked.value(0)).toList()));
     unchanged = 1000;
     log += rig.run({R"({"user":"root","ip":"10.0.0.5"})"}).log;
     QVERIFY(services.takeRequests().isEmpty());
 
     QStringList seen;
     for (const auto& request : rig.service().requests())
-        if (request.path.startsWith(QLatin1String("/seen/")))
+        if (request.path.startsWith("/seen/"))
             seen << request.path.mid(6);
     QCOMPARE(seen.join(' '), QString("/undefined device=1/kept /kept device=1/kept device=1/kept"));
-    QCOMPARE(log.filter(QStringLiteral("Tracked parameter changed: ")).size(), 1);
+    QCOMPARE(log.filter("Tracked parameter changed: ").size(), 1);
 }
 
 void TestNetwork::proxy()
@@ -95,11 +94,11 @@ void TestNetwork::proxy()
                                                     {kClosed, "wrong-pw", false}}) {
         SignInRig rig;
         const auto proxy = startProxy(rig, access, password);
-        rig.set(QStringLiteral("korvexApiServer"), elsewhere(rig));
+        rig.set("korvexApiServer", elsewhere(rig));
         // The page's address is the service's own, so it goes on to its other name.
-        rig.showScript(QStringLiteral("if (location.hostname != '127.0.0.1') SUBMIT;"
-                                      "else location.hostname = 'service.example'"));
-        const Outcome outcome = rig.run({kConsole});
+        rig.showScript("if (location.hostname != '127.0.0.1') SUBMIT;"
+                       "else location.hostname = 'service.example'");
+        const Outcome outcome = rig.signIn("root");
         QCOMPARE(outcome.verdicts, QVector<int>{granted});
         QVERIFY(!outcome.output.contains("-pw"));
         QStringList paths;
@@ -110,7 +109,7 @@ void TestNetwork::proxy()
                 paths << request.route();
         }
         for (const char* const path : {"/", "/api/transaction/init", "/signin", "/signin/code"})
-            QCOMPARE(paths.contains(QLatin1String(path)), granted);
+            QCOMPARE(paths.contains(path), granted);
         proxy->terminate();
         QVERIFY(proxy->waitForFinished());
     }
@@ -125,12 +124,11 @@ void TestNetwork::pageBehindProxy()
           std::tuple("secret-pw", "https:", "CONNECT service.example:")}) {
         const auto proxy = startProxy(rig, kClosed, password);
         rig.service().setResult(
-            QStringLiteral("/api/transaction/init"),
+            "/api/transaction/init",
             {{"webURI", elsewhere(rig).replace("http:", scheme) + "/signin/x"}});
-        QCOMPARE(rig.run({kConsole}).lastVerdict(),
-                 QStringLiteral("denied: Application exception"));
+        QCOMPARE(rig.signIn("root").lastVerdict(), "denied: Application exception");
         for (const auto& request : rig.service().requests())
-            QVERIFY(!request.path.startsWith(QLatin1String("/signin")));
+            QVERIFY(!request.path.startsWith("/signin"));
         proxy->terminate();
         QVERIFY(proxy->waitForFinished());
         QVERIFY(proxy->readAll().contains(seen));

@@ -7,6 +7,7 @@
 
 #include <QDir>
 #include <QProcess>
+#include <QSettings>
 #include <QSysInfo>
 #include <QtTest>
 #include <csignal>
@@ -54,6 +55,7 @@ private slots:
     void standardStreams_data();
     void standardStreams();
     void pinnedLibraryStays();
+    void initialQtConf();
 
 private:
     korvex::test::TemporaryRoot m_root;
@@ -121,6 +123,28 @@ void TestSystemPosix::pinnedLibraryStays()
     QVERIFY(isLoaded());
 }
 
+void TestSystemPosix::initialQtConf()
+{
+    // A copy of this program whose Qt is elsewhere, under names that an ini file has to escape.
+    const QDir folder(m_root.path());
+    QSettings conf(folder.filePath("qt.conf"), QSettings::IniFormat);
+    for (const char* const name : {"Prefix", "Plugins", "LibraryExecutables", "Data",
+                                   "Translations", "Imports", "Qml2Imports"})
+        conf.setValue(QString("Paths/") + name, QStringLiteral("/\"a\\b\" ż1; ,=%/") + name);
+    conf.sync();
+    QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), folder.filePath("copy")));
+    QProcess copy;
+    copy.start(folder.filePath("copy"), {"--qt-conf"});
+    QVERIFY(copy.waitForFinished());
+    QFile written(folder.filePath("written.conf"));
+    QVERIFY(written.open(QIODevice::WriteOnly) && written.write(copy.readAll()) > 0);
+    written.close();
+    const QSettings read(written.fileName(), QSettings::IniFormat);
+    QCOMPARE(read.allKeys(), conf.allKeys());
+    for (const QString& key : read.allKeys())
+        QCOMPARE(read.value(key), conf.value(key));
+}
+
 int main(int argc, char** argv)
 {
     const QByteArrayList arguments(argv, argv + argc);
@@ -129,6 +153,10 @@ int main(int argc, char** argv)
     if (arguments.value(1) == "--write")
         return writeLines();
     const QCoreApplication application(argc, argv);
+    if (arguments.value(1) == "--qt-conf") {
+        platform::writeStandardOutput(platform::initialQtConf());
+        return 0;
+    }
     TestSystemPosix test;
     return QTest::qExec(&test, argc, argv);
 }
