@@ -17,7 +17,6 @@
 #include <QApplication>
 #include <QDeadlineTimer>
 #include <QImage>
-#include <QJsonObject>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTranslator>
