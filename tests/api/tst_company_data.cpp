@@ -5,7 +5,6 @@
 
 #include <QBuffer>
 #include <QDir>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QtTest>
 

@@ -14,14 +14,15 @@
 #include "otp/offline_secret.h"
 #include "rest/rest_client.h"
 
+#include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QDeadlineTimer>
 #include <QImage>
-#include <QJsonObject>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTranslator>
 #include <QtTest>
+#include <future>
 #include <thread>
 
 using namespace korvex;
@@ -156,23 +157,30 @@ void TestOfflineScreen::languages()
 
 void TestOfflineScreen::exitHandler()
 {
+    using namespace std::chrono_literals;
     clearVerdict();
     const auto tornDown = std::make_shared<ScreenResult>();
     const auto screen = std::make_shared<ScreenResult>();
-    startExitHandler(*qApp, tornDown);
-    startExitHandler(*qApp, screen);
+    // A wrong code wakes nobody.
+    ScreenResult open;
+    open.store(false);
+    auto closed = std::async(std::launch::async, [&open] { return open.waitForClose(); });
+    QCOMPARE(closed.wait_for(50ms), std::future_status::timeout);
+    open.requestClose();
+    QCOMPARE(closed.get(), std::optional(false));
     // Its verdict is on its way when the screen goes.
+    QCoreApplication::processEvents();
+    startExitHandler(*qApp, tornDown);
     tornDown->store(true);
     tornDown->requestClose();
     const QDeadlineTimer deadline(5000);
-    while (tornDown.use_count() > 2 && !deadline.hasExpired()) // one here, one in the queued call
+    while (!QAbstractEventDispatcher::instance()->hasPendingEvents() && !deadline.hasExpired())
         std::this_thread::yield();
     tornDown->abandon();
-    // A wrong code wakes nobody.
-    screen->store(false);
     QTRY_COMPARE(tornDown.use_count(), 1);
     QVERIFY(!verdictGiven());
 
+    startExitHandler(*qApp, screen);
     QTimer::singleShot(0, [&] {
         screen->store(true);
         screen->requestClose();
