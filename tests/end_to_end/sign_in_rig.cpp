@@ -8,7 +8,6 @@
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
-#include <algorithm>
 #include <unistd.h>
 
 namespace korvex::test {
@@ -184,10 +183,13 @@ Outcome SignInRig::signIn(const QString& user, const std::function<bool()>& mean
     return run({QStringLiteral("{\"user\":\"%1\",\"ip\":\"\"}").arg(user)}, meanwhile);
 }
 
-int SignInRig::requestCount(const QString& route) const
+QByteArrayList SignInRig::bodiesOf(const QString& route) const
 {
-    const auto requests = m_service->requests();
-    return static_cast<int>(std::ranges::count(requests, route, &mfa_service::Request::route));
+    QByteArrayList bodies;
+    for (const auto& request : m_service->requests())
+        if (request.route() == route)
+            bodies << request.body;
+    return bodies;
 }
 
 } // namespace korvex::test

@@ -5,6 +5,7 @@
 #include "platform/registry.h"
 #include "support/temporary_root.h"
 
+#include <QByteArrayList>
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -63,8 +64,8 @@ public:
     Outcome run(const QStringList& arguments, const std::function<bool()>& meanwhile = {});
     /// A console sign-in of one user.
     Outcome signIn(const QString& user = "alice", const std::function<bool()>& meanwhile = {});
-    /// How many requests for the route the service has received.
-    int requestCount(const QString& route) const;
+    /// What the requests for the route had in their bodies, oldest first.
+    QByteArrayList bodiesOf(const QString& route) const;
 
     /// A command to run the host with, in place of starting it directly.
     void setWrapper(const QStringList& command) { m_wrapper = command; }

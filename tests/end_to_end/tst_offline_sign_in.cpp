@@ -66,9 +66,9 @@ public:
     {
         service().setBehaviour("/", {.kind = mfa_service::Behaviour::Kind::Status500, .times = 1});
     }
-    Step type(const QString& after, const std::function<QString()>& code)
+    Step type(const std::function<QString()>& code)
     {
-        return {after, [this, code] { return display().type(code()), true; }};
+        return {kShown, [this, code] { return display().type(code()), true; }};
     }
 
     Outcome play(const QVector<Step>& steps, int signIns = 1)
@@ -152,10 +152,10 @@ void TestOfflineSignIn::refused()
     rig.set("OfflineTOTPMaxAttempts", 1);
     // The right code is read, and refused, before the window hears that it is to close.
     const Outcome outcome =
-        rig.play({rig.type(kShown, wrongCode), {kRefused, [&] {
-                                                    rig.display().type(appCode());
-                                                    return rig.display().closeTopWindow();
-                                                }}});
+        rig.play({rig.type(wrongCode), {kRefused, [&] {
+                                            rig.display().type(appCode());
+                                            return rig.display().closeTopWindow();
+                                        }}});
     QVERIFY(outcome.endedWithoutVerdict());
     QCOMPARE(outcome.log.mid(outcome.log.indexOf(kRefused)),
              QStringList({kRefused, "Close window called!",
@@ -170,7 +170,7 @@ void TestOfflineSignIn::attemptAfterTheWait()
     rig.set("OfflineTOTPTimeBetweenAttempts", 3); // seconds
     // The right code, until it is taken.
     const auto retry = [&] { return rig.display().type(appCode()), false; };
-    const Outcome outcome = rig.play({rig.type(kShown, wrongCode), {kRefused, retry}});
+    const Outcome outcome = rig.play({rig.type(wrongCode), {kRefused, retry}});
     QCOMPARE(outcome.verdicts, QVector<int>{1});
     QCOMPARE(outcome.log.count(kRefused), 1);
 }
@@ -180,7 +180,7 @@ void TestOfflineSignIn::recoveryCode()
     OfflineRig rig;
     QString code;
     const auto ask = [&] { return code = toldRecoveryCode(); };
-    const Outcome outcome = rig.play({rig.type(kShown, ask)});
+    const Outcome outcome = rig.play({rig.type(ask)});
     QCOMPARE(outcome.verdicts, QVector<int>{1});
     QCOMPARE(outcome.log.count("Trying recovery code..."), 1);
     QVERIFY(toldRecoveryCode() != code);
@@ -204,9 +204,9 @@ void TestOfflineSignIn::oneProcess()
                 .log.contains("Received new secret, update status: 1"));
     // The screen before the web engine and after it.
     rig.failProbe();
-    const Outcome outcome = rig.play({rig.type(kShown, appCode),
+    const Outcome outcome = rig.play({rig.type(appCode),
                                       {kPage, [&] { return rig.failProbe(), typeOnPage(2); }},
-                                      rig.type(kShown, appCode)},
+                                      rig.type(appCode)},
                                      3);
     QCOMPARE(outcome.verdicts, QVector<int>({1, 1, 1}));
     QCOMPARE(outcome.exitCode, 0);

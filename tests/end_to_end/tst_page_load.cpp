@@ -37,7 +37,7 @@ void TestPageLoad::neverLoads()
         QCOMPARE(outcome.lastVerdict(), verdict);
         QCOMPARE(outcome.verdicts.size(), 1);
         QCOMPARE(outcome.log.filter("[Warning] Failed to load view: http://").size(), 10);
-        QCOMPARE(rig.requestCount(kPage), 11);
+        QCOMPARE(rig.bodiesOf(kPage).size(), 11);
     }
 }
 
@@ -78,7 +78,7 @@ void TestPageLoad::laterFailureIsIgnored()
     });
     QVERIFY(outcome.endedWithoutVerdict());
     QVERIFY(outcome.log.filter("Failed to load view").isEmpty());
-    QCOMPARE(rig.requestCount(kPage), 1);
+    QCOMPARE(rig.bodiesOf(kPage).size(), 1);
 }
 
 void TestPageLoad::untrustedCertificate()

@@ -66,7 +66,7 @@ void TestPageRefusals::click()
     QCOMPARE(windows, 1);
     QCOMPARE(outcome.verdicts, QVector<int>{1});
     QCOMPARE(outcome.log.filter(QRegularExpression("Web alert|refused")), lines);
-    QCOMPARE(rig.requestCount("/opened"), 0);
+    QCOMPARE(rig.bodiesOf("/opened").size(), 0);
     QDirIterator kept(root.path(), {"*kept*"}, QDir::Files, QDirIterator::Subdirectories);
     QVERIFY2(!kept.hasNext(), qPrintable(kept.next()));
 }

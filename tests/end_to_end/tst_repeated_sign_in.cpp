@@ -20,9 +20,8 @@ const QString kDaemon = "{\"user\":\"CORP\\daemon\",\"ip\":\"\"}";
 QStringList namesSent(SignInRig& rig)
 {
     QStringList names;
-    for (const auto& request : rig.service().requests())
-        if (request.path == "/api/transaction/init")
-            names.append(QJsonDocument::fromJson(request.body)["username"].toString());
+    for (const QByteArray& body : rig.bodiesOf("/api/transaction/init"))
+        names.append(QJsonDocument::fromJson(body)["username"].toString());
     return names;
 }
 
