@@ -36,10 +36,10 @@ constexpr Command kLocalMailCommand{
 struct DirectoryQuery
 {
     Command command;
-    const char* failed;
-    const char* found;    ///< followed by the address
-    const char* notFound; ///< an answer that is no address
-    const char* output;   ///< followed by that answer
+    const char* failed = nullptr;
+    const char* found = nullptr;    ///< followed by the address
+    const char* notFound = nullptr; ///< an answer that is no address
+    const char* output = nullptr;   ///< followed by that answer
 };
 
 constexpr DirectoryQuery kUpnQuery{
