@@ -136,16 +136,15 @@ void TestVirtualCard::images()
     const QTemporaryDir folder;
     const QString path = folder.filePath("card");
     const auto card = classic(path);
-    send(*card, "loadFactoryKey");
-    send(*card, "open");
-    QCOMPARE(send(*card, "write"), QByteArray("ok"));
+    for (const char* const command : {"loadFactoryKey", "open", "write"})
+        QCOMPARE(send(*card, command), QByteArray("ok"));
     const QByteArray image = card->image();
     QCOMPARE(classic(path)->image(), image);
     QVERIFY(!Card::create({.type = *cardType("plus-2k-sl1"), .imagePath = path}));
-    const CardType type = *cardType("classic-1k");
-    const QByteArray uid = QByteArray::fromHex("04112233445566");
-    QVERIFY(!Card::create({.type = type, .imagePath = path, .uid = uid}));
-    QCOMPARE((*Card::create({.type = type, .uid = uid}))->uid(), uid);
+    CardOptions another{.type = *cardType("classic-1k"), .uid = "longuid"};
+    QCOMPARE((*Card::create(another))->uid(), another.uid);
+    another.imagePath = path;
+    QVERIFY(!Card::create(another));
 
     // No write is claimed that the file does not have.
     QVERIFY(QFile::remove(path) && QDir().mkdir(path));
