@@ -3,25 +3,22 @@
 #include "core/settings.h"
 #include "platform/copies.h"
 #include "platform/fault_report.h"
-#include "platform/process.h"
 #include "support/temporary_root.h"
 
 #include <QApplication>
-#include <QDir>
 #include <QMessageBox>
 #include <QTimer>
 #include <QtTest>
-#include <cstdio>
 #include <thread>
 
 using korvex::Logger;
 using korvex::mainKey;
-using korvex::test::runCopies;
 using korvex::test::TemporaryRoot;
 
 namespace {
 
-constexpr int kLines = 500;
+// What all lines of one process need fits into a pipe that nobody reads.
+constexpr int kLines = 100;
 
 /// A line that shows by its length and its end whether it is whole.
 QString lineOf(int writer, int number)
@@ -29,12 +26,17 @@ QString lineOf(int writer, int number)
     return QString::number(writer) + QString(number, QLatin1Char('x')) + QStringLiteral("ż");
 }
 
-/// Writes as several processes, each on two threads and with its standard output closed.
+void writeLines(int writer)
+{
+    for (int number = 0; number < kLines; ++number)
+        korvex::logger().log(0, lineOf(writer, number));
+}
+
+/// Writes as several processes, each on two threads.
 void verifyWholeLines(int copies)
 {
     const TemporaryRoot root;
-    for (const QByteArray& outcome : runCopies(copies, {"output closed"}))
-        QCOMPARE(outcome, QByteArray());
+    const QByteArray shown = korvex::test::runCopies(copies, {}).constFirst();
     QStringList expected;
     for (int writer = 0; writer < 2 * copies; ++writer)
         for (int number = 0; number < kLines; ++number)
@@ -42,25 +44,11 @@ void verifyWholeLines(int copies)
     QStringList lines = root.logMessages();
     std::sort(expected.begin(), expected.end());
     std::sort(lines.begin(), lines.end());
-    QCOMPARE(lines.size(), expected.size());
     QVERIFY(lines == expected);
-}
-
-int runAsCopy(int number, const QByteArray& task)
-{
-    korvex::test::awaitRelease();
-    if (task == "line")
-        return korvex::logger().log(0, lineOf(0, 0)) ? 0 : 1;
-    if (std::fclose(stdout) != 0)
-        return 1;
-    korvex::platform::reserveStandardStreams();
-    const auto write = [](int writer) {
-        for (int line = 0; line < kLines; ++line)
-            korvex::logger().log(0, lineOf(writer, line));
-    };
-    const std::jthread other(write, 2 * number);
-    write(2 * number + 1);
-    return 0;
+    // The standard output has the same, in the same order.
+    if (copies == 1)
+        QVERIFY(QByteArray(shown).replace('\r', "") ==
+                korvex::test::contentOf(root.logPath()).replace('\r', ""));
 }
 
 } // namespace
@@ -72,10 +60,8 @@ class TestLog : public QObject
 private slots:
     void verbosity();
     void requests();
-    void unwritable();
     void threads() { verifyWholeLines(1); }
     void processes() { verifyWholeLines(16); }
-    void standardOutput();
     void messageBoxAndFaults();
 };
 
@@ -111,20 +97,6 @@ void TestLog::requests()
     QCOMPARE(root.logMessages(), QStringList("[Debug Requests] [POST] {}"));
 }
 
-void TestLog::unwritable()
-{
-    const TemporaryRoot root;
-    QVERIFY(QDir().mkpath(root.logPath()));
-    QVERIFY(!Logger().log(0, "message"));
-}
-
-void TestLog::standardOutput()
-{
-    const TemporaryRoot root;
-    const QByteArray shown = runCopies(1, {"line"}).constFirst();
-    QVERIFY2(shown.startsWith('[') && shown.endsWith(lineOf(0, 0).toUtf8() + '\n'), shown);
-}
-
 void TestLog::messageBoxAndFaults()
 {
     const TemporaryRoot root;
@@ -132,15 +104,12 @@ void TestLog::messageBoxAndFaults()
     korvex::platform::reportFault("The registry is locked");
     QString shown;
     Qt::WindowFlags flags;
-    QTimer timer;
-    timer.callOnTimeout([&] {
-        if (auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-            shown = box->text();
-            flags = box->windowFlags();
-            box->accept();
-        }
+    QTimer::singleShot(0, [&] {
+        auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        shown = box->text();
+        flags = box->windowFlags();
+        box->accept();
     });
-    timer.start(10);
     korvex::showMessageBox("First line\nSecond\nThird");
     QCOMPARE(shown, QString("First line\nSecond\nThird"));
     QVERIFY(flags & Qt::WindowStaysOnTopHint);
@@ -151,8 +120,13 @@ void TestLog::messageBoxAndFaults()
 
 int main(int argc, char** argv)
 {
-    if (argc == 4 && qstrcmp(argv[1], "--copy") == 0)
-        return runAsCopy(QByteArray(argv[2]).toInt(), argv[3]);
+    if (argc == 3 && qstrcmp(argv[1], "--copy") == 0) {
+        korvex::test::awaitRelease();
+        const int number = QByteArray(argv[2]).toInt();
+        const std::jthread other(writeLines, 2 * number);
+        writeLines(2 * number + 1);
+        return 0;
+    }
     QApplication application(argc, argv);
     TestLog test;
     return QTest::qExec(&test, argc, argv);

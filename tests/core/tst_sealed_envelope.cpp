@@ -5,7 +5,6 @@
 
 #include <QJsonObject>
 #include <QtTest>
-#include <numeric>
 
 using namespace korvex;
 using test::openssl;
@@ -45,20 +44,17 @@ QByteArray textOf(const QString& iv, const QString& value, const QString& mac = 
     return base64(QJsonDocument(members).toJson());
 }
 
-Result<QByteArray> open(const QByteArray& text)
+/// The bytes sealed in a text, or the error's number and message.
+QByteArray outcomeOf(const QByteArray& text)
 {
     const auto envelope = parseEnvelope(text);
-    if (!envelope)
-        return std::unexpected(envelope.error());
-    const auto verified = verifyEnvelope(*envelope);
-    return verified ? openEnvelope(*verified) : std::unexpected(verified.error());
+    const auto verified = envelope ? verifyEnvelope(*envelope) : envelope;
+    const auto opened = verified ? openEnvelope(*verified) : std::unexpected(verified.error());
+    if (opened)
+        return *opened;
+    return QByteArray::number(static_cast<int>(opened.error().code)) + ' ' +
+           opened.error().message.toUtf8();
 }
-
-const QByteArray kBytes = [] {
-    QByteArray bytes(256, '\0');
-    std::iota(bytes.begin(), bytes.end(), '\0');
-    return bytes;
-}();
 
 } // namespace
 
@@ -82,12 +78,13 @@ private:
 
 void TestSealedEnvelope::base64Vectors()
 {
-    // RFC 4648, section 10, and each byte once
-    const QList<std::pair<QByteArray, QByteArray>> vectors{{"", ""},
-                                                           {"foob", "Zm9vYg=="},
-                                                           {"fooba", "Zm9vYmE="},
-                                                           {"foobar", "Zm9vYmFy"},
-                                                           {kBytes, base64(kBytes)}};
+    const QByteArray digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    // RFC 4648, section 10, and each digit once
+    const QList<std::pair<QByteArray, QByteArray>> vectors{
+        {"", ""},
+        {"foob", "Zm9vYg=="},
+        {"fooba", "Zm9vYmE="},
+        {openssl({"base64", "-d", "-A"}, digits), digits}};
     for (const auto& [bytes, text] : vectors) {
         QCOMPARE(encodeBase64(bytes), text);
         QCOMPARE(decodeBase64(text), bytes);
@@ -112,8 +109,8 @@ void TestSealedEnvelope::base64Refused()
 void TestSealedEnvelope::againstOpenssl()
 {
     QCOMPARE(deriveKey().value_or("none"), kKey);
-    for (const int size : {0, 15, 16, 256}) {
-        const QByteArray plain = kBytes.left(size);
+    for (const int size : {0, 15, 16}) {
+        const QByteArray plain = QByteArray(size, 'x');
         const QByteArray sealed = seal(plain, kKey);
         const QByteArray json = openssl({"base64", "-d", "-A"}, sealed);
         const QJsonDocument ours = QJsonDocument::fromJson(json);
@@ -123,76 +120,64 @@ void TestSealedEnvelope::againstOpenssl()
                                     .arg(iv, macOf(iv, value), value));
         QCOMPARE(cipher("-d", QByteArray::fromBase64(iv.toLatin1()), value.toLatin1()), plain);
         QVERIFY(seal(plain, kKey) != sealed);
-        QCOMPARE(open(textOf(base64(kIv), cipher("-e", kIv, plain))).value_or("refused"), plain);
+        QCOMPARE(outcomeOf(textOf(base64(kIv), cipher("-e", kIv, plain))), plain);
     }
 }
 
 void TestSealedEnvelope::opening_data()
 {
     QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<int>("code");
     QTest::addColumn<QByteArray>("outcome");
-    const auto row = [](const char* name, const QByteArray& text, int code,
-                        const QByteArray& plain = {}) {
-        const QMap<int, QByteArray> outcomes{{-1, plain},
-                                             {0, "Invalid base64 data format"},
-                                             {1, ""},
-                                             {2, "Data signature invalid"},
-                                             {5, "Invalid json data format"}};
-        QTest::newRow(name) << text << code << outcomes[code];
+    const auto row = [](const char* name, const QByteArray& text, const char* outcome) {
+        QTest::newRow(name) << text << QByteArray(outcome);
     };
     const QString iv = base64(kIv);
     const QString value = cipher("-e", kIv, "secret");
     const QString mac = macOf(iv, value);
-    row("empty", "", 0);
-    row("not base64", textOf(iv, value).chopped(1), 0);
-    row("not JSON", base64("secret"), 1);
-    row("no members", base64("{}"), 2);
-    row("upper-case mac", textOf(iv, value, mac.toUpper()), 2);
-    row("mac cut short", textOf(iv, value, mac.chopped(1)), 2);
-    row("mac with more", textOf(iv, value, mac + ' '), 2);
-    row("sealed under another key", seal("secret", QByteArray(32, 'a')), 2);
-    row("iv too short", textOf(base64(kIv.left(12)), value), 5);
-    row("iv too long", textOf(base64(kIv + kIv), value), 5);
-    row("value not whole blocks", textOf(iv, base64(kBytes.left(31))), 5);
+    const char* const altered = "2 Data signature invalid";
+    const char* const misfit = "5 Invalid json data format";
+    row("not base64", textOf(iv, value).chopped(1), "0 Invalid base64 data format");
+    row("not JSON", base64("secret"), "1 ");
+    row("no members", base64("{}"), altered);
+    row("upper-case mac", textOf(iv, value, mac.toUpper()), altered);
+    row("mac cut short", textOf(iv, value, mac.chopped(1)), altered);
+    row("mac with more", textOf(iv, value, mac + ' '), altered);
+    row("iv too short", textOf(base64(kIv.left(12)), value), misfit);
+    row("iv too long", textOf(base64(kIv + kIv), value), misfit);
+    row("value not whole blocks", textOf(iv, base64(QByteArray(31, 'x'))), misfit);
 
     const auto unpadded = [&iv](const QByteArray& blocks) {
         return textOf(iv, cipher("-nopad", kIv, blocks));
     };
-    row("nothing sealed", textOf(iv, ""), -1);
+    row("nothing sealed", textOf(iv, ""), "");
     // Of the padding only the last byte counts.
-    row("padding of other bytes", unpadded("0123456789abcde\3"), -1, "0123456789abc");
-    row("padding longer than all", unpadded("0123456789abcde\xff"), -1);
+    row("padding of other bytes", unpadded("0123456789abcde\3"), "0123456789abc");
+    row("padding longer than all", unpadded("0123456789abcde\xff"), "");
 }
 
 void TestSealedEnvelope::opening()
 {
     QFETCH(QByteArray, text);
-    QFETCH(int, code);
     QFETCH(QByteArray, outcome);
-    const auto opened = open(text);
-    QCOMPARE(opened ? -1 : static_cast<int>(opened.error().code), code);
-    QCOMPARE(opened ? *opened : opened.error().message.toUtf8(), outcome);
+    QCOMPARE(outcomeOf(text), outcome);
+    const bool opens = !outcome.contains(' '); // it is no error
     for (const bool accepts : {true, false}) {
-        QByteArrayList taken;
+        QByteArray taken;
         const bool accepted = openSealedText(text, [&](const QByteArray& plain) {
-            taken << QByteArray(plain.constData(), plain.size());
+            taken = QByteArray(plain.constData(), plain.size());
             return accepts;
         });
-        QCOMPARE(accepted, opened && accepts);
-        QCOMPARE(taken, opened ? QByteArrayList{outcome} : QByteArrayList());
+        QCOMPARE(accepted, opens && accepts);
+        QCOMPARE(taken, opens ? outcome : QByteArray());
     }
 }
 
 void TestSealedEnvelope::noSecretKey()
 {
-    const auto envelope = parseEnvelope(seal("secret", kKey));
+    const QByteArray sealed = seal("secret", kKey);
     mainKey().writeString("SecretKey", "");
-    for (const auto& error : {deriveKey().error(), verifyEnvelope(*envelope).error(),
-                              openEnvelope(*envelope).error()}) {
-        QCOMPARE(static_cast<int>(error.code), 4);
-        QCOMPARE(error.message, QString());
-    }
+    QCOMPARE(outcomeOf(sealed), QByteArray("4 "));
+    QCOMPARE(static_cast<int>(openEnvelope({}).error().code), 4);
 }
 
 QTEST_GUILESS_MAIN(TestSealedEnvelope)

@@ -18,7 +18,6 @@ struct EndsLoudly
 int endAsCopy()
 {
     static const EndsLoudly atExit;
-    const EndsLoudly atReturn;
     std::fputs("buffered", stdout);
     platform::writeStandardOutput("written");
     platform::terminateProcess(42);

@@ -50,22 +50,21 @@ void TestRecognition::storageCards_data()
 {
     // Names of PC/SC part 3 supplemental document, 3.1.3.2.3.2.
     QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QByteArray>("geometry"); // none: its memory and keys are not known
-    QTest::addColumn<int>("slotSize");        // 0: not served
-    const auto row = [](const char* title, const char* name, const char* geometry = "",
-                        int slotSize = 0) {
-        QTest::newRow(title) << QByteArray(name) << QByteArray(geometry) << slotSize;
+    // Sectors, blocks in each, bytes in each block, bytes in a slot; none: an unknown memory.
+    QTest::addColumn<QString>("geometry");
+    const auto row = [](const char* title, const char* name, const char* geometry = "") {
+        QTest::newRow(title) << QByteArray(name) << QString(geometry);
     };
-    row("Mifare Classic 1K", "0001", "10 04 10", 38);
-    row("Mifare Classic 4K", "0002", "00 00 00");
-    row("Mifare Ultralight", "0003", "00 00 00");
-    row("Mifare Mini", "0026", "00 00 00");
+    row("Mifare Classic 1K", "0001", "16 4 16 38");
+    row("Mifare Classic 4K", "0002", "0 0 0 0");
+    row("Mifare Ultralight", "0003", "0 0 0 0");
+    row("Mifare Mini", "0026", "0 0 0 0");
     row("Topaz and Jewel", "0030");
-    row("Mifare Plus 2K SL1", "0036", "20 04 10", 38);
-    row("Mifare Plus 4K SL1", "0037", "00 00 00", -10);
-    row("Mifare Plus 2K SL2", "0038", "20 04 10");
-    row("Mifare Plus 4K SL2", "0039", "00 00 00");
-    row("Mifare Ultralight C", "003A", "00 00 00");
+    row("Mifare Plus 2K SL1", "0036", "32 4 16 38");
+    row("Mifare Plus 4K SL1", "0037", "0 0 0 -10");
+    row("Mifare Plus 2K SL2", "0038", "32 4 16 0");
+    row("Mifare Plus 4K SL2", "0039", "0 0 0 0");
+    row("Mifare Ultralight C", "003A", "0 0 0 0");
     row("FeliCa", "003B");
     row("JCOP 30", "0028FF"); // deliberately not as it is registered
     row("<Unknown>", "FF28");
@@ -74,28 +73,22 @@ void TestRecognition::storageCards_data()
 void TestRecognition::storageCards()
 {
     QFETCH(QByteArray, name);
-    QFETCH(QByteArray, geometry);
-    QFETCH(int, slotSize);
+    QFETCH(QString, geometry);
     const QByteArray atr = storageCard(name);
     QCOMPARE(nameOf(atr), QString(QTest::currentDataTag()));
-    m_state.takeLog();
     CardScript script;
-    script.otherwise = "6D00";
     const std::shared_ptr<Card> card =
         makeCard({std::make_unique<ScriptedConnection>(script), "reader", atr}, *parseAtr(atr));
     const bool known = !geometry.isEmpty();
     QCOMPARE(card->displayName(), QString(known ? QTest::currentDataTag() : "<Unknown>"));
-    const Geometry& found = card->geometry();
-    const char bytes[] = {char(found.sectors), char(found.blocksPerSector), char(found.blockSize)};
-    QCOMPARE(QByteArray(bytes, 3).toHex(' '), known ? geometry : QByteArray("00 00 00"));
+    const auto manager = makeCardManager(card);
+    const auto [sectors, blocks, bytes] = card->geometry();
+    const int slotSize = manager ? (*manager)->slotSize() : 0;
+    QCOMPARE(QString::asprintf("%d %d %d %d", sectors, blocks, bytes, slotSize),
+             known ? geometry : QString("0 0 0 0"));
     const QString warning = "[Warning] Could not recognize authenticator, ATR: '3B:8F:80:01:";
     QCOMPARE(m_state.takeLog().filter(warning).size(), known ? 0 : 1);
-
-    script.otherwise = "9000";
     QCOMPARE(card->loadKeyAnywhere("secret", KeyType::A, 0).has_value(), known);
-
-    const auto manager = makeCardManager(card);
-    QCOMPARE(manager ? (*manager)->slotSize() : 0, slotSize);
     if (!manager) {
         QCOMPARE(static_cast<int>(manager.error().code), 13);
         QCOMPARE(manager.error().message, '\'' + card->displayName() + "' is not supported");
@@ -171,12 +164,8 @@ void TestRecognition::plusProbe()
         makeCard({std::make_unique<ScriptedConnection>(script), "reader", atr}, CardType::DesFire);
     QTEST(card->displayName(), "name");
     QCOMPARE(m_state.takeLog().contains("[Verbose 2] " + title), title.startsWith("Mifare"));
-    const auto* const plus = dynamic_cast<CardMifarePlus*>(card.get());
-    if (plus)
+    if (const auto* const plus = dynamic_cast<CardMifarePlus*>(card.get()))
         QCOMPARE(plus->information() ? plus->information()->text() : QString(), title);
-    // Nothing that could write reached the card.
-    for (const QByteArray& command : qAsConst(script.sent))
-        QVERIFY2(command == "60" || command.startsWith("70"), command);
 }
 
 QTEST_GUILESS_MAIN(TestRecognition)
