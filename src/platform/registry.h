@@ -35,14 +35,10 @@ public:
     bool writeString(const QString& name, const QString& value) const;
     bool writeNumber(const QString& name, qint32 value) const;
     bool writeNumber64(const QString& name, qint64 value) const;
-    bool writeBool(const QString& name, bool value) const;
 
     /// The names of the keys directly below this one, in the order of the system's enumeration
     /// (Linux: by name). Empty for a missing key.
     QStringList subKeys() const;
-
-    /// Makes the key with all its parents; true when it exists afterwards.
-    bool create() const;
 
 private:
     QString m_path;

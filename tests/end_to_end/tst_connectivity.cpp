@@ -46,7 +46,7 @@ void TestConnectivity::unreachable()
     rig.service().stop();
     rig.set("FailMode", failMode);
     const UserRegistryData data({.user = knownAccount(), .sid = sidOf(knownAccount())});
-    QVERIFY(data.key()->writeBool("OfflineAuth", offlineAuth));
+    QVERIFY(data.key()->writeNumber("OfflineAuth", offlineAuth));
     QVERIFY(offlineAuth || otp::storeOtpSecret(&data, "GEZDGNBVGY3TQOJQ"));
     const Outcome outcome = rig.signIn(knownAccount());
     QTEST(outcome.lastVerdict(), "verdict");

@@ -56,7 +56,7 @@ public:
     OfflineRig()
     {
         failProbe();
-        if (!m_data.key()->writeBool("OfflineAuth", true) || !storeSecret(kSecret.toLatin1()))
+        if (!m_data.key()->writeNumber("OfflineAuth", 1) || !storeSecret(kSecret.toLatin1()))
             qFatal("cannot allow offline mode");
     }
 

@@ -203,7 +203,7 @@ void TestOfflineScreen::screenThatCannotBeBuilt()
     mainKey().writeString("korvexApiServer", "http://127.0.0.1:1");
     beginSignIn({.user = test::knownAccount()});
     const auto data = userRegistryData();
-    QVERIFY(data->key()->writeBool("OfflineAuth", true));
+    QVERIFY(data->key()->writeNumber("OfflineAuth", 1));
     QVERIFY(otp::storeOtpSecret(data.get(), "GEZDGNBVGY3TQOJQ"));
     QTranslator translator;
     offlineMode().prepare(*qApp, translator);

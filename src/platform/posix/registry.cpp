@@ -115,23 +115,15 @@ std::optional<T> readAs(const RegistryKey& key, const QString& name)
     return value != nullptr ? std::optional(std::move(*value)) : std::nullopt;
 }
 
-/// True when `changes` were made.
-template <typename Changes>
-bool change(const RegistryKey& key, Changes changes)
+bool write(const RegistryKey& key, const QString& name, const RegistryData& data)
 {
-    const auto changed = run(
+    const auto written = run(
         key, true, [&](RegistryDatabase& database, const QString& path) -> RegistryResult<bool> {
-            const auto result = database.change([&] { return changes(database, path); });
+            const auto result =
+                database.change([&] { return database.setValue(path, {name, data}); });
             return result ? RegistryResult<bool>(true) : std::unexpected(result.error());
         });
-    return changed.has_value();
-}
-
-bool write(const RegistryKey& key, const QString& name, RegistryData data)
-{
-    return change(key, [&](RegistryDatabase& database, const QString& path) {
-        return database.setValue(path, {name, std::move(data)});
-    });
+    return written.has_value();
 }
 
 } // namespace
@@ -181,11 +173,6 @@ bool RegistryKey::writeNumber64(const QString& name, qint64 value) const
     return write(*this, name, static_cast<quint64>(value));
 }
 
-bool RegistryKey::writeBool(const QString& name, bool value) const
-{
-    return write(*this, name, quint32{value});
-}
-
 QStringList RegistryKey::subKeys() const
 {
     return run(*this, false,
@@ -193,13 +180,6 @@ QStringList RegistryKey::subKeys() const
                    return database.subKeys(path);
                })
         .value_or(QStringList());
-}
-
-bool RegistryKey::create() const
-{
-    return change(*this, [](RegistryDatabase& database, const QString& path) {
-        return database.createKey(path);
-    });
 }
 
 } // namespace korvex::platform

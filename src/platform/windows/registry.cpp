@@ -236,11 +236,6 @@ bool RegistryKey::writeNumber64(const QString& name, qint64 value) const
     return writeValue(m_path, name, REG_QWORD, &value, sizeof(value));
 }
 
-bool RegistryKey::writeBool(const QString& name, bool value) const
-{
-    return writeNumber(name, value ? 1 : 0);
-}
-
 QStringList RegistryKey::subKeys() const
 {
     const KeyHandle key = openKey(m_path, KEY_ENUMERATE_SUB_KEYS);
@@ -260,11 +255,6 @@ QStringList RegistryKey::subKeys() const
         }
         names.append(QString::fromWCharArray(name.data(), static_cast<int>(length)));
     }
-}
-
-bool RegistryKey::create() const
-{
-    return static_cast<bool>(createKey(m_path, KEY_QUERY_VALUE));
 }
 
 } // namespace korvex::platform
