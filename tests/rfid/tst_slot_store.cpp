@@ -83,8 +83,12 @@ void TestSlotStore::wholeCard()
     QCOMPARE(card->image(), sectorOf(before, 0) + released.repeated(15));
     QCOMPARE(manager->freeSlots().size(), 15);
 
-    // The manufacturer's sector is none of the slots.
+    // The manufacturer's sector is none of the slots, and nothing ever went near it.
     QVERIFY(!manager->authenticateSlot(0) && !manager->protectSlot(0) && !manager->releaseSlot(0));
+    for (const QByteArray& command : card->commands())
+        if (const bool opens = command.startsWith("\xFF\x86");
+            opens || command.startsWith("\xFF\xB0") || command.startsWith("\xFF\xD6"))
+            QVERIFY(static_cast<quint8>(command.at(opens ? 7 : 3)) >= 4);
 }
 
 void TestSlotStore::refusedPayloads()
