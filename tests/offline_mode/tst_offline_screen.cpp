@@ -1,10 +1,8 @@
 #include "api/connectivity.h"
-#include "core/current_sign_in.h"
 #include "core/process_state.h"
 #include "core/verdict.h"
 #include "offline_mode/custom_tools.h"
 #include "offline_mode/exit_handler.h"
-#include "offline_mode/file_validator.h"
 #include "offline_mode/internationalization_controller.h"
 #include "offline_mode/offline_mode_controller.h"
 #include "offline_mode/screen_result.h"
@@ -63,31 +61,30 @@ private:
 void TestOfflineScreen::codes()
 {
     const TotpController controller(std::make_shared<ScreenResult>());
-    const QString sixDigits = "The code has six digits.";
-    using Row = std::tuple<QString, QString, QString>; // typed, taken from it, said about it
+    const char* const sixDigits = "The code has six digits.";
     for (const auto& [code, digits, message] :
-         {Row{"123456", "123456", "The code has the correct format!"},
-          Row{"", "", "Please fill out this field."}, Row{"12345", "12345", sixDigits},
-          Row{" 123 4567", "123456", sixDigits}, Row{"1234567", "123456", sixDigits},
-          Row{"a/1:-", "1", sixDigits}, Row{"١٢٣٤٥٦", "", sixDigits}}) {
+         {std::tuple("123456", "123456", "The code has the correct format!"),
+          {"", "", "Please fill out this field."},
+          {"12345", "12345", sixDigits},
+          {" 123 4567", "123456", sixDigits},
+          {"1234567", "123456", sixDigits},
+          {"a/1:-", "1", sixDigits},
+          {"١٢٣٤٥٦", "", sixDigits}}) {
         QCOMPARE(CustomTools::codeDigits(code), digits);
         const OtpValidateResult result = controller.getValidateResult(code);
         QCOMPARE(result.wholeValidateMessage, message);
-        QCOMPARE(result.status, code == "123456");
+        QCOMPARE(result.status, code == QString("123456"));
     }
 }
 
 void TestOfflineScreen::refusedAttempts()
 {
     mainKey().writeNumber("OfflineTOTPMaxAttempts", 1);
-    const auto screen = std::make_shared<ScreenResult>();
-    TotpController controller(screen);
+    TotpController controller(std::make_shared<ScreenResult>());
     QVERIFY(!controller.checkCode("000000"));
     m_state.takeLog();
     QVERIFY(!controller.checkCode("000000"));
     QCOMPARE(m_state.takeLog(), QStringList{"Too many verification attempts!"});
-    controller.closeWindow();
-    QCOMPARE(screen->waitForClose(), std::optional(false));
 }
 
 void TestOfflineScreen::textsOnScreen()
@@ -114,6 +111,7 @@ void TestOfflineScreen::textsOnScreen()
     QCOMPARE(enter("000000").filter(wait).size(), 1);
     mainKey().writeNumber("OfflineTOTPTimeBetweenAttempts", 0);
     QTRY_VERIFY(enter("").filter(QRegularExpression("Attempts|again")).isEmpty());
+    QVERIFY(enter("000000").contains(wrong));
     offlineMode().tearDown();
 }
 
@@ -124,10 +122,9 @@ void TestOfflineScreen::logo()
     dataKey().writeString("CompanyLogo", path);
     const QUrl builtIn("qrc:/rsc/Korvex-logo.png");
     QCOMPARE(TotpMethodDataProvider().logoUrl(), builtIn);
-    QFile file(path);
     QVERIFY(QImage(64, 8, QImage::Format_RGB32).save(path, "PNG"));
     QCOMPARE(TotpMethodDataProvider().logoUrl(), QUrl::fromLocalFile(path));
-    QVERIFY(file.resize(1024 * 1024 + 1)); // too large, although its front is an image
+    QVERIFY(QFile::resize(path, 1024 * 1024 + 1)); // too large, although its front is an image
     QCOMPARE(TotpMethodDataProvider().logoUrl(), builtIn);
 }
 
@@ -158,9 +155,6 @@ void TestOfflineScreen::languages()
 void TestOfflineScreen::exitHandler()
 {
     using namespace std::chrono_literals;
-    clearVerdict();
-    const auto tornDown = std::make_shared<ScreenResult>();
-    const auto screen = std::make_shared<ScreenResult>();
     // A wrong code wakes nobody.
     ScreenResult open;
     open.store(false);
@@ -168,7 +162,10 @@ void TestOfflineScreen::exitHandler()
     QCOMPARE(closed.wait_for(50ms), std::future_status::timeout);
     open.requestClose();
     QCOMPARE(closed.get(), std::optional(false));
+
     // Its verdict is on its way when the screen goes.
+    clearVerdict();
+    const auto tornDown = std::make_shared<ScreenResult>();
     QCoreApplication::processEvents();
     startExitHandler(*qApp, tornDown);
     tornDown->store(true);
@@ -180,16 +177,6 @@ void TestOfflineScreen::exitHandler()
     QTRY_COMPARE(tornDown.use_count(), 1);
     QVERIFY(!verdictGiven());
 
-    startExitHandler(*qApp, screen);
-    QTimer::singleShot(0, [&] {
-        screen->store(true);
-        screen->requestClose();
-    });
-    QCOMPARE(QApplication::exec(), 1);
-    QCOMPARE(m_state.takeLog().last(),
-             "User access granted, reason: Correct code for Offline Mode!");
-
-    clearVerdict();
     startExitHandler(*qApp, nullptr);
     QCOMPARE(QApplication::exec(), 1);
     QCOMPARE(m_state.takeLog(),
