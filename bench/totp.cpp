@@ -81,13 +81,8 @@ int main()
     printHeading("three HMAC-SHA1 straight on libcrypto");
     const bool met = report(compareCalls("verifyAt, key in memory", check, threeHmacs), kTarget);
 
-<<<<<<< HEAD
-    // As the screen does it, from the attempt limiter to the recovery code.
-    beginSignIn({.user = QStringLiteral("root")});
-=======
     // The whole check of the screen, from the attempt limiter to the recovery code.
-    beginSignIn(QJsonDocument(QJsonObject{{QStringLiteral("user"), QStringLiteral("root")}}));
->>>>>>> kn
+    beginSignIn({.user = QStringLiteral("root")});
     const RecoveryCodeController recovery;
     if (!mainKey().writeString(QStringLiteral("SecretKey"), QStringLiteral("bench-key")) ||
         !otp::storeOtpSecret(userRegistryData().get(), kSecret) || !recovery.regenCode())
