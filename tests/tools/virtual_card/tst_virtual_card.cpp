@@ -73,8 +73,8 @@ void TestVirtualCard::exchanges()
     // Command, answer, command, answer ...
     for (const auto& [exchanges, misbehaviour] :
          {std::pair("read refused loadFactoryKey ok open ok write ok read written readTrailer "
-                    "000000000000ff078069ffffffffffff9000 ffb0000c10 refused read refused "
-                    "loadKeyA ok open 6300 read refused ff860000050100086003 6984 60 6d00",
+                    "000000000000ff078069ffffffffffff9000 ffb0000c10 refused read refused loadKeyA "
+                    "ok open 6300 ff82000106ffffffffffff ok openByB ok read refused",
                     ""),
           {"loadFactoryKey ok open ok useKeys ok open 6300 loadKeyA ok ff82000106b0b1b2b3b4b5 ok "
            "open ok "
