@@ -35,63 +35,52 @@ class TestRecognition : public QObject
 private slots:
     void init() { m_state.startAnew(); }
 
-    void storageCards_data();
     void storageCards();
     void otherAnswers();
     void protocols();
-    void plusProbe_data();
     void plusProbe();
 
 private:
     korvex::test::ProcessState m_state;
 };
 
-void TestRecognition::storageCards_data()
-{
-    // Names of PC/SC part 3 supplemental document, 3.1.3.2.3.2.
-    QTest::addColumn<QByteArray>("name");
-    // Sectors, blocks in each, bytes in each block, bytes in a slot; none: an unknown memory.
-    QTest::addColumn<QString>("geometry");
-    const auto row = [](const char* title, const char* name, const char* geometry = "") {
-        QTest::newRow(title) << QByteArray(name) << QString(geometry);
-    };
-    row("Mifare Classic 1K", "0001", "16 4 16 38");
-    row("Mifare Classic 4K", "0002", "0 0 0 0");
-    row("Mifare Ultralight", "0003", "0 0 0 0");
-    row("Mifare Mini", "0026", "0 0 0 0");
-    row("Topaz and Jewel", "0030");
-    row("Mifare Plus 2K SL1", "0036", "32 4 16 38");
-    row("Mifare Plus 4K SL1", "0037", "0 0 0 -10");
-    row("Mifare Plus 2K SL2", "0038", "32 4 16 0");
-    row("Mifare Plus 4K SL2", "0039", "0 0 0 0");
-    row("Mifare Ultralight C", "003A", "0 0 0 0");
-    row("FeliCa", "003B");
-    row("JCOP 30", "0028FF"); // deliberately not as it is registered
-    row("<Unknown>", "FF28");
-}
-
 void TestRecognition::storageCards()
 {
-    QFETCH(QByteArray, name);
-    QFETCH(QString, geometry);
-    const QByteArray atr = storageCard(name);
-    QCOMPARE(nameOf(atr), QString(QTest::currentDataTag()));
-    CardScript script;
-    const std::shared_ptr<Card> card =
-        makeCard({std::make_unique<ScriptedConnection>(script), "reader", atr}, *parseAtr(atr));
-    const bool known = !geometry.isEmpty();
-    QCOMPARE(card->displayName(), QString(known ? QTest::currentDataTag() : "<Unknown>"));
-    const auto manager = makeCardManager(card);
-    const auto [sectors, blocks, bytes] = card->geometry();
-    const int slotSize = manager ? (*manager)->slotSize() : 0;
-    QCOMPARE(QString::asprintf("%d %d %d %d", sectors, blocks, bytes, slotSize),
-             known ? geometry : QString("0 0 0 0"));
-    const QString warning = "[Warning] Could not recognize authenticator, ATR: '3B:8F:80:01:";
-    QCOMPARE(m_state.takeLog().filter(warning).size(), known ? 0 : 1);
-    QCOMPARE(card->loadKeyAnywhere("secret", KeyType::A, 0).has_value(), known);
-    if (!manager) {
-        QCOMPARE(static_cast<int>(manager.error().code), 13);
-        QCOMPARE(manager.error().message, '\'' + card->displayName() + "' is not supported");
+    // Names of PC/SC part 3 supplemental document, 3.1.3.2.3.2; sectors, blocks in each, bytes in
+    // each block, bytes in a slot; none: an unknown memory.
+    for (const auto& [name, number, geometry] :
+         {std::tuple("Mifare Classic 1K", "0001", "16 4 16 38"),
+          {"Mifare Classic 4K", "0002", "0 0 0 0"},
+          {"Mifare Ultralight", "0003", "0 0 0 0"},
+          {"Mifare Mini", "0026", "0 0 0 0"},
+          {"Topaz and Jewel", "0030", ""},
+          {"Mifare Plus 2K SL1", "0036", "32 4 16 38"},
+          {"Mifare Plus 4K SL1", "0037", "0 0 0 -10"},
+          {"Mifare Plus 2K SL2", "0038", "32 4 16 0"},
+          {"Mifare Plus 4K SL2", "0039", "0 0 0 0"},
+          {"Mifare Ultralight C", "003A", "0 0 0 0"},
+          {"FeliCa", "003B", ""},
+          {"JCOP 30", "0028FF", ""}, // deliberately not as it is registered
+          {"<Unknown>", "FF28", ""}}) {
+        const QByteArray atr = storageCard(number);
+        QCOMPARE(nameOf(atr), QString(name));
+        CardScript script;
+        const std::shared_ptr<Card> card =
+            makeCard({std::make_unique<ScriptedConnection>(script), "reader", atr}, *parseAtr(atr));
+        const bool known = *geometry != '\0';
+        QCOMPARE(card->displayName(), QString(known ? name : "<Unknown>"));
+        const auto manager = makeCardManager(card);
+        const auto [sectors, blocks, bytes] = card->geometry();
+        const int slotSize = manager ? (*manager)->slotSize() : 0;
+        QCOMPARE(QString::asprintf("%s: %d %d %d %d", name, sectors, blocks, bytes, slotSize),
+                 QString("%1: %2").arg(name, known ? geometry : "0 0 0 0"));
+        const QString warning = "[Warning] Could not recognize authenticator, ATR: '3B:8F:80:01:";
+        QCOMPARE(m_state.takeLog().filter(warning).size(), known ? 0 : 1);
+        QCOMPARE(card->loadKeyAnywhere("secret", KeyType::A, 0).has_value(), known);
+        if (!manager) {
+            QCOMPARE(static_cast<int>(manager.error().code), 13);
+            QCOMPARE(manager.error().message, '\'' + card->displayName() + "' is not supported");
+        }
     }
 }
 
@@ -122,50 +111,38 @@ void TestRecognition::protocols()
         QVERIFY2(!offered(without), without);
 }
 
-void TestRecognition::plusProbe_data()
-{
-    QTest::addColumn<QByteArray>("patternInAtr");
-    QTest::addColumn<QByteArray>("version"); // the answer to "get version"
-    QTest::addColumn<QByteArray>("keys");    // that the card knows
-    QTest::addColumn<QString>("name");
-    // Titled by what is logged, if anything.
-    const auto row = [](const char* title, const char* pattern, const char* version,
-                        const char* keys, const char* name) {
-        QTest::newRow(title) << QByteArray(pattern) << QByteArray(version) << QByteArray(keys)
-                             << QString(name);
-    };
-    row("Mifare Plus SE _1K SL3 EV0", "C105213010F6D1", "1C", "0040", "Mifare Plus SE 1K SL3");
-    row("Mifare Plus SE _1K SL0 EV0", "C105213000F6D1", "1C", "0080", "Mifare Plus SE 1K SL0");
-    row("Mifare Plus S _2K SL3 EV0", "C1052F2F0035C7", "1C", "0040 2040", "Mifare Plus 2K SL3");
-    row("Mifare Plus X _4K SL3 EV0", "C1052F2F01BCD6", "1C", "0040 2040 4040",
-        "Mifare Plus 4K SL3");
-    row("Mifare Plus  _2K SL0 EV1", "", "AF04020111001605", "0080", "Mifare Plus 2K SL0");
-    row("Mifare Plus  _4K SL0 EV2", "", "AF04020122001805", "0080", "Mifare Plus 4K SL0");
-    row("Mifare Plus  _8K SL3 EV2", "", "AF04020122001A05", "0040", "DESFire");
-    // The version of another family, so the size is that of the sectors.
-    row("Mifare Plus  _1K SL3 EV0", "", "AF04010122001805", "0040", "Mifare Plus SE 1K SL3");
-    row("level 0 of unknown size", "C1052F2F01BCD6", "1C", "0080", "<Unknown>");
-    row("no keys at all", "", "AF04020111001605", "", "<Unknown>");
-}
-
 void TestRecognition::plusProbe()
 {
-    QFETCH(QByteArray, patternInAtr);
-    QFETCH(QByteArray, version);
-    QFETCH(QByteArray, keys);
-    const QString title = QTest::currentDataTag();
-    CardScript script;
-    script.otherwise = "06";
-    script.answers["60"] = version;
-    for (const QByteArray& key : keys.split(' '))
-        script.answers["70" + key + "00"] = "90" + QByteArray(32, '7');
-    const QByteArray atr = QByteArray::fromHex("3B8F8001" + patternInAtr);
-    const auto card =
-        makeCard({std::make_unique<ScriptedConnection>(script), "reader", atr}, CardType::DesFire);
-    QTEST(card->displayName(), "name");
-    QCOMPARE(m_state.takeLog().contains("[Verbose 2] " + title), title.startsWith("Mifare"));
-    if (const auto* const plus = dynamic_cast<CardMifarePlus*>(card.get()))
-        QCOMPARE(plus->information() ? plus->information()->text() : QString(), title);
+    // What is logged, if anything; the pattern in the ATR; the answer to "get version"; the keys
+    // that the card knows; its name.
+    for (const auto& [title, pattern, version, keys, name] :
+         {std::tuple("Mifare Plus SE _1K SL3 EV0", "C105213010F6D1", "1C", "0040",
+                     "Mifare Plus SE 1K SL3"),
+          {"Mifare Plus SE _1K SL0 EV0", "C105213000F6D1", "1C", "0080", "Mifare Plus SE 1K SL0"},
+          {"Mifare Plus S _2K SL3 EV0", "C1052F2F0035C7", "1C", "0040 2040", "Mifare Plus 2K SL3"},
+          {"Mifare Plus X _4K SL3 EV0", "C1052F2F01BCD6", "1C", "0040 2040 4040",
+           "Mifare Plus 4K SL3"},
+          {"Mifare Plus  _2K SL0 EV1", "", "AF04020111001605", "0080", "Mifare Plus 2K SL0"},
+          {"Mifare Plus  _4K SL0 EV2", "", "AF04020122001805", "0080", "Mifare Plus 4K SL0"},
+          {"Mifare Plus  _8K SL3 EV2", "", "AF04020122001A05", "0040", "DESFire"},
+          // The version of another family, so the size is that of the sectors.
+          {"Mifare Plus  _1K SL3 EV0", "", "AF04010122001805", "0040", "Mifare Plus SE 1K SL3"},
+          {"level 0 of unknown size", "C1052F2F01BCD6", "1C", "0080", "<Unknown>"},
+          {"no keys at all", "", "AF04020111001605", "", "<Unknown>"}}) {
+        CardScript script;
+        script.otherwise = "06";
+        script.answers["60"] = version;
+        for (const QByteArray& key : QByteArray(keys).split(' '))
+            script.answers["70" + key + "00"] = "90" + QByteArray(32, '7');
+        const QByteArray atr = QByteArray::fromHex(QByteArray("3B8F8001") + pattern);
+        const auto card = makeCard({std::make_unique<ScriptedConnection>(script), "reader", atr},
+                                   CardType::DesFire);
+        QCOMPARE(QString(title) + ": " + card->displayName(), QString(title) + ": " + name);
+        const QString logged = QString("[Verbose 2] ") + title;
+        QCOMPARE(m_state.takeLog().contains(logged), logged.contains("Mifare"));
+        if (const auto* const plus = dynamic_cast<CardMifarePlus*>(card.get()))
+            QCOMPARE(plus->information() ? plus->information()->text() : QString(), QString(title));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestRecognition)

@@ -11,14 +11,9 @@ namespace korvex::test {
 namespace {
 
 constexpr int kTimeout = 10'000;
-constexpr int kPause = 10;
 
 /// One for the process: its PC/SC library asks for the socket's place only once.
-const QTemporaryDir& folder()
-{
-    static const QTemporaryDir kFolder;
-    return kFolder;
-}
+Q_GLOBAL_STATIC(QTemporaryDir, folder)
 
 /// The first of two free ports, from a range that the system does not give to outgoing connections.
 quint16 freePorts()
@@ -35,26 +30,22 @@ quint16 freePorts()
 bool readerIsListed()
 {
     SCARDCONTEXT context = 0;
-    if (SCardEstablishContext(SCARD_SCOPE_SYSTEM, nullptr, nullptr, &context) != SCARD_S_SUCCESS)
-        return false;
     QByteArray names(4096, 0);
     auto size = static_cast<DWORD>(names.size());
+    SCardEstablishContext(SCARD_SCOPE_SYSTEM, nullptr, nullptr, &context);
     const LONG listed = SCardListReaders(context, nullptr, names.data(), &size);
     SCardReleaseContext(context);
-    return listed == SCARD_S_SUCCESS &&
-           names.split('\0').contains(PcscDaemon::readerName(1).toUtf8());
+    return listed == SCARD_S_SUCCESS && names.contains(PcscDaemon::readerName(1).toUtf8());
 }
 
 } // namespace
 
 PcscDaemon::PcscDaemon()
-    : m_logPath(folder().filePath(QStringLiteral("log")))
+    : m_logPath(folder->filePath("log"))
     , m_port(freePorts())
 {
-    if (start())
-        return;
-    kill();
-    m_unavailable = QStringLiteral("no PC/SC daemon: ") + log().simplified();
+    if (!start())
+        m_unavailable = "no PC/SC daemon: " + log().simplified();
 }
 
 PcscDaemon::~PcscDaemon()
@@ -62,11 +53,6 @@ PcscDaemon::~PcscDaemon()
     m_process.terminate();
     if (!m_process.waitForFinished(kTimeout))
         kill();
-}
-
-QString PcscDaemon::readerName(int slot)
-{
-    return QStringLiteral("Virtual PCD 00 0%1").arg(slot);
 }
 
 void PcscDaemon::kill()
@@ -79,19 +65,17 @@ bool PcscDaemon::start()
 {
     m_process.setProcessChannelMode(QProcess::MergedChannels);
     m_process.setStandardOutputFile(m_logPath); // a pipe that nobody empties would stop it
-    m_process.start(QStringLiteral(KORVEX_VIRTUAL_READER),
-                    {folder().path(), QString::number(m_port)});
+    m_process.start(KORVEX_VIRTUAL_READER, {folder->path(), QString::number(m_port)});
     const auto waitUntil = [this](auto isReached) {
         for (const QDeadlineTimer deadline(kTimeout); !isReached();)
-            if (m_process.waitForFinished(kPause) || deadline.hasExpired())
+            if (m_process.waitForFinished(10) || deadline.hasExpired())
                 return false;
         return true;
     };
-    const QString mark = QStringLiteral("socket ");
-    if (!waitUntil([&] { return log().startsWith(mark) && log().contains(QLatin1Char('\n')); }))
+    if (!waitUntil([this] { return log().startsWith("socket ") && log().contains('\n'); }))
         return false;
-    qputenv("PCSCLITE_CSOCK_NAME",
-            QFile::encodeName(log().section(QLatin1Char('\n'), 0, 0).mid(mark.size())));
+    const QString socket = log().section('\n', 0, 0).section(' ', 1);
+    qputenv("PCSCLITE_CSOCK_NAME", QFile::encodeName(socket));
     return waitUntil(readerIsListed);
 }
 

@@ -22,7 +22,7 @@ public:
     /// The port of loopback where a slot, 0 or 1, waits for a card.
     quint16 port(int slot = 0) const { return static_cast<quint16>(m_port + slot); }
     /// What the slot is called in the list of readers.
-    static QString readerName(int slot = 0);
+    static QString readerName(int slot = 0) { return QString("Virtual PCD 00 0%1").arg(slot); }
 
     /// Ends it at once, as a crash would.
     void kill();
