@@ -10,41 +10,32 @@
 using namespace korvex;
 using test::RawServer;
 
-namespace {
-
-QByteArray page(const QByteArray& body)
-{
-    return RawServer::http("200 OK", body);
-}
-
-} // namespace
-
 /// The public address and what follows from it, with services on loopback.
 class TestRememberDevice : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        m_state.startAnew();
+        m_server = std::make_unique<RawServer>();
+        const QString base = "http://" + m_server->authority();
+        m_services = {{base + "/a", base + "/b", base + "/c"}, base + "/asn/%1"};
+        m_server->answers["/b"] = {page("203.0.113.7\r\n")};
+    }
+
     void publicIp();
     void publicAsn();
-    void revocation_data();
     void revocation();
 
 private:
+    static QByteArray page(const QByteArray& body) { return RawServer::http("200 OK", body); }
+
     test::ProcessState m_state;
     std::unique_ptr<RawServer> m_server;
     AddressServices m_services;
 };
-
-void TestRememberDevice::init()
-{
-    m_state.startAnew();
-    m_server = std::make_unique<RawServer>();
-    const QString base = "http://" + m_server->authority();
-    m_services = {{base + "/a", base + "/b", base + "/c"}, base + "/asn/%1"};
-    m_server->answers["/b"] = {page("203.0.113.7\r\n")};
-}
 
 void TestRememberDevice::publicIp()
 {
@@ -58,7 +49,6 @@ void TestRememberDevice::publicIp()
         {{good, down}, "203.0.113.7", "/a /a /b /b /b"},
         {{page("10.0.0.5" + QByteArray(4096, ' '))}, "203.0.113.7", "/a /b /b /b"},
         {{page("?"), good}, "203.0.113.1", "/a /a /a"},
-        {{good, good, page(" ? ")}, "?", "/a /a /a"},
         {{good, good, down}, "", "/a /a /a"}};
     for (const auto& [answers, ip, paths] : rows) {
         m_server->answers["/a"] = answers;
@@ -75,61 +65,50 @@ void TestRememberDevice::publicAsn()
     const QVector<std::pair<QByteArray, QString>> answers = {
         {right, "64500"},
         {R"({"connection":{"asn":"AS64500"}})", "0"},
-        {"{}", "0"},
-        {"[64500]", QString()},
-        {right + QByteArray(64 * 1024, ' '), QString()}};
+        {"[64500]", ""},
+        {right + QByteArray(64 * 1024, ' '), ""}};
     for (const auto& [body, asn] : answers) {
         m_server->answer = page(body);
-        const QString found = getPublicAsn(m_services);
-        QCOMPARE(found, asn);
-        QCOMPARE(found.isNull(), asn.isNull());
+        QCOMPARE(getPublicAsn(m_services), asn);
         QCOMPARE(getPublicAsn(noEcho), asn);
         QCOMPARE(m_server->takePaths(), QString("/b /b /b /asn/203.0.113.7 /asn/"));
     }
 }
 
-void TestRememberDevice::revocation_data()
-{
-    QTest::addColumn<QString>("user");
-    QTest::addColumn<int>("policy");
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<QString>("storedAfter");
-    const QString user = test::knownAccount();
-    const QString ip = "203.0.113.7";
-    QTest::newRow("first run") << user << 2 << "" << ip;
-    QTest::newRow("unchanged") << user << 2 << ip << ip;
-    QTest::newRow("changed") << user << 1 << "64500" << "64501";
-    QTest::newRow("unknown") << user << 1 << "?" << "?";
-    QTest::newRow("no such policy") << user << 3 << "64500" << "64500";
-    QTest::newRow("no SID") << "" << 2 << "" << "";
-}
-
 void TestRememberDevice::revocation()
 {
-    QFETCH(QString, user);
-    QFETCH(int, policy);
-    QFETCH(QString, stored);
-    beginSignIn({.user = user});
-    const QString name = policy == 1 ? "LastTransactionPublicASN" : "LastTransactionPublicIP";
-    const auto key = accountKey(platform::accountSid(test::knownAccount()).value_or("none"));
-    QVERIFY(stored.isEmpty() || key.writeString(name, stored));
-    m_server->answer = page(stored == "?" ? "" : R"({"connection":{"asn":64501}})");
-    // A folder in the first file's place cannot be removed like a file.
-    const QDir storage(webStorageDirectory());
-    QVERIFY(storage.mkpath("Cookies/kept"));
-    for (const char* const file : {"Cookies-journal", "Visited Links"})
-        QVERIFY(test::writeFile(storage.filePath(file), ""));
+    const QString user = test::knownAccount();
+    const QString ip = "203.0.113.7";
+    for (const auto& [account, policy, stored, storedAfter] :
+         {std::tuple(user, 2, QString(), ip), // the first run
+          {user, 2, ip, ip},
+          {user, 1, "64500", "64501"},
+          {user, 1, "?", "?"},         // an address service that knows nothing
+          {user, 3, "64500", "64500"}, // no such policy
+          {"", 2, "", ""}}) {
+        init();
+        beginSignIn({.user = account});
+        const QString name = policy == 1 ? "LastTransactionPublicASN" : "LastTransactionPublicIP";
+        const auto key = accountKey(platform::accountSid(user).value_or("none"));
+        QVERIFY(stored.isEmpty() || key.writeString(name, stored));
+        m_server->answer = page(stored == "?" ? "" : R"({"connection":{"asn":64501}})");
+        // A folder in the first file's place cannot be removed like a file.
+        const QDir storage(webStorageDirectory());
+        QVERIFY(storage.mkpath("Cookies/kept"));
+        for (const char* const file : {"Cookies-journal", "Visited Links"})
+            QVERIFY(test::writeFile(storage.filePath(file), ""));
 
-    revokeRememberedDevice(policy, m_services);
-    QTEST(key.readString(name).value_or(""), "storedAfter");
-    QVERIFY(!dataKey().readString(name)); // where an empty SID would lead
-    const bool changed = policy == 1 && stored == "64500";
-    QVERIFY(storage.exists("Visited Links"));
-    QCOMPARE(storage.exists("Cookies-journal"), !changed);
-    QCOMPARE(m_state.takeLog().filter("[Warning] Failed to remove 'Cookies': ").size(),
-             int(changed));
-    QCOMPARE(m_server->takePaths().isEmpty(), policy == 3);
-    QVERIFY(QDir(userStorageDirectory()).removeRecursively());
+        revokeRememberedDevice(policy, m_services);
+        QCOMPARE(key.readString(name).value_or(""), storedAfter);
+        QVERIFY(!dataKey().readString(name)); // where an empty SID would lead
+        QVERIFY(storage.exists("Visited Links"));
+        const bool cleared = !storage.exists("Cookies-journal");
+        QCOMPARE(cleared, storedAfter == "64501");
+        QCOMPARE(m_state.takeLog().filter("[Warning] Failed to remove 'Cookies': ").size(),
+                 int(cleared));
+        QCOMPARE(m_server->takePaths().isEmpty(), policy == 3);
+        QVERIFY(QDir(userStorageDirectory()).removeRecursively());
+    }
 }
 
 QTEST_GUILESS_MAIN(TestRememberDevice)

