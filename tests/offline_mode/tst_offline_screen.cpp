@@ -45,11 +45,12 @@ class TestOfflineScreen : public QObject
 
 private slots:
     void init() { m_state.startAnew(); }
+    // First, because a window would leave events behind and one of its own is waited for.
+    void exitHandler();
     void codes();
     void textsOnScreen();
     void logo();
     void languages();
-    void exitHandler();
     void screenThatCannotBeBuilt();
 
 private:
