@@ -1,9 +1,7 @@
 #include "end_to_end/display.h"
 
 #include <QCoreApplication>
-#include <algorithm>
 #include <cstdlib>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -13,17 +11,10 @@ namespace korvex::test {
 
 namespace {
 
-struct Disconnect
-{
-    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-};
-struct Free
-{
-    void operator()(void* memory) const { std::free(memory); }
-};
-using Connection = std::unique_ptr<xcb_connection_t, Disconnect>;
+using Connection = std::unique_ptr<xcb_connection_t,
+                                   decltype([](auto* connection) { xcb_disconnect(connection); })>;
 template <typename T>
-using Reply = std::unique_ptr<T, Free>;
+using Reply = std::unique_ptr<T, decltype([](void* memory) { std::free(memory); })>;
 
 xcb_window_t rootOf(xcb_connection_t* connection)
 {
@@ -47,12 +38,10 @@ std::vector<xcb_window_t> shownWindows(xcb_connection_t* connection)
     const Reply<xcb_query_tree_reply_t> tree(
         xcb_query_tree_reply(connection, xcb_query_tree(connection, rootOf(connection)), nullptr));
     std::vector<xcb_window_t> windows;
-    if (tree)
-        std::copy_if(xcb_query_tree_children(tree.get()),
-                     xcb_query_tree_children(tree.get()) +
-                         xcb_query_tree_children_length(tree.get()),
-                     std::back_inserter(windows),
-                     [&](xcb_window_t window) { return isShown(connection, window); });
+    const xcb_window_t* const children = tree ? xcb_query_tree_children(tree.get()) : nullptr;
+    for (int i = 0; tree && i < xcb_query_tree_children_length(tree.get()); ++i)
+        if (isShown(connection, children[i]))
+            windows.push_back(children[i]);
     return windows;
 }
 
@@ -125,7 +114,7 @@ void Display::copy(const QString& text) const
     runTool("xclip", {"-selection", "clipboard"}, text.toUtf8());
 }
 
-void Display::runTool(const QString& program, const QStringList& arguments,
+bool Display::runTool(const QString& program, const QStringList& arguments,
                       const QByteArray& input) const
 {
     QProcess tool;
@@ -135,8 +124,10 @@ void Display::runTool(const QString& program, const QStringList& arguments,
     tool.start(program, arguments);
     tool.write(input);
     tool.closeWriteChannel();
-    if (!tool.waitForFinished(10000) || tool.exitCode() != 0)
+    const bool succeeded = tool.waitForFinished(10000) && tool.exitCode() == 0;
+    if (!succeeded)
         qWarning("failed: %s %s", qPrintable(program), qPrintable(arguments.join(' ')));
+    return succeeded;
 }
 
 bool Display::closeTopWindow() const
@@ -167,19 +158,9 @@ bool Display::topWindowHasKeyboard() const
     return focus && topWindow(connection.get()) == focus->focus;
 }
 
-QString Display::topWindowTitle() const
+bool Display::hasWindowTitled(const QString& title) const
 {
-    const Connection connection = connectTo(m_name);
-    const Reply<xcb_get_property_reply_t> title(xcb_get_property_reply(
-        connection.get(),
-        xcb_get_property(connection.get(), 0,
-                         topWindow(connection.get()).value_or(rootOf(connection.get())),
-                         atom(connection.get(), "_NET_WM_NAME"), XCB_GET_PROPERTY_TYPE_ANY, 0, 64),
-        nullptr));
-    if (!title)
-        return {};
-    return QString::fromUtf8(static_cast<const char*>(xcb_get_property_value(title.get())),
-                             xcb_get_property_value_length(title.get()));
+    return runTool("xdotool", {"search", "--onlyvisible", "--name", title});
 }
 
 int Display::visibleWindows() const

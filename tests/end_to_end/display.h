@@ -32,10 +32,11 @@ public:
     QRect topWindowGeometry() const;
     /// Whether what is typed now reaches the topmost visible window.
     bool topWindowHasKeyboard() const;
-    QString topWindowTitle() const;
+    bool hasWindowTitled(const QString& title) const;
 
 private:
-    void runTool(const QString& program, const QStringList& arguments,
+    /// Whether the program ended with success.
+    bool runTool(const QString& program, const QStringList& arguments,
                  const QByteArray& input = {}) const;
 
     QProcess m_server;

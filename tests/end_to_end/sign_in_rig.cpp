@@ -5,7 +5,6 @@
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <unistd.h>
@@ -20,37 +19,14 @@ constexpr char kSubmit[] =
     " headers: {'Content-Type': 'application/json'}}).then(a => a.json())"
     ".then(a => { document.title = JSON.stringify({token: a.accessToken}); })";
 
-/// Presses Return as long as the newest log entry is a message box.
-class BoxKeeper
+QVector<int> verdictsIn(const QByteArray& output)
 {
-public:
-    BoxKeeper(const TemporaryRoot& root, const Display& display, int from)
-        : m_root(root)
-        , m_display(display)
-        , m_from(from)
-    {}
-
-    void look()
-    {
-        const QStringList messages = m_root.logMessages().mid(m_from);
-        if (messages.isEmpty() || !messages.last().startsWith("[MessageBox]") ||
-            !m_display.hasVisibleWindow())
-            return;
-        if (messages.size() != m_boxAt)
-            ++m_count;
-        m_boxAt = messages.size();
-        m_display.press("Return");
-    }
-
-    int count() const { return m_count; }
-
-private:
-    const TemporaryRoot& m_root;
-    const Display& m_display;
-    int m_from;
-    int m_boxAt = -1;
-    int m_count = 0;
-};
+    QVector<int> verdicts;
+    for (const QByteArray& line : output.split('\n'))
+        if (line.startsWith("verdict: "))
+            verdicts << line.mid(9).toInt();
+    return verdicts;
+}
 
 } // namespace
 
@@ -140,7 +116,17 @@ Outcome SignInRig::run(const QStringList& arguments, const std::function<bool()>
         variables.insert(entry.key(), entry.value());
 
     const int before = m_root.logMessages().size();
-    BoxKeeper boxes(m_root, m_display, before);
+    Outcome outcome;
+    int boxAt = -1;
+    const auto dismissBox = [&] {
+        const QStringList messages = m_root.logMessages().mid(before);
+        if (messages.isEmpty() || !messages.last().startsWith("[MessageBox]") ||
+            !m_display.hasVisibleWindow())
+            return;
+        outcome.boxesDismissed += messages.size() != boxAt ? 1 : 0;
+        boxAt = messages.size();
+        m_display.press("Return");
+    };
     bool done = !meanwhile;
     QProcess host;
     host.setProcessEnvironment(variables);
@@ -151,30 +137,23 @@ Outcome SignInRig::run(const QStringList& arguments, const std::function<bool()>
     QElapsedTimer time;
     time.start();
     while (!host.waitForFinished(50) && host.state() != QProcess::NotRunning) {
-        boxes.look();
+        dismissBox();
         done = done || meanwhile();
         if (time.elapsed() > kRunTimeout) {
             qWarning("the host did not end; its log:\n%s",
                      qPrintable(m_root.logMessages().mid(before).join('\n')));
             host.kill();
             host.waitForFinished(5000);
-            break;
         }
     }
 
-    Outcome outcome;
     outcome.output = host.readAll();
     if (host.exitStatus() == QProcess::NormalExit)
         outcome.exitCode = host.exitCode();
     else
         qWarning("the host crashed; its output:\n%s", outcome.output.constData());
-    outcome.boxesDismissed = boxes.count();
     outcome.log = m_root.logMessages().mid(before);
-    static const QRegularExpression line("^verdict: (-?\\d+)$",
-                                         QRegularExpression::MultilineOption);
-    auto match = line.globalMatch(QString::fromUtf8(outcome.output));
-    while (match.hasNext())
-        outcome.verdicts.append(match.next().captured(1).toInt());
+    outcome.verdicts = verdictsIn(outcome.output);
     return outcome;
 }
 

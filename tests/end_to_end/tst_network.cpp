@@ -1,11 +1,9 @@
 #include "end_to_end/sign_in_rig.h"
 #include "public_services/public_services.h"
 
-#include <QFile>
 #include <QProcess>
 #include <QTest>
 #include <atomic>
-#include <tuple>
 
 using namespace korvex::public_services;
 using namespace korvex::test;
@@ -13,7 +11,6 @@ using namespace korvex::test;
 namespace {
 
 const QString kConsole = "{\"user\":\"root\",\"ip\":\"\"}";
-const QByteArray kClosed = "BasicAuth me secret-pw\n";
 
 /// The service under another name than loopback's own, which no proxy is asked for.
 QString elsewhere(SignInRig& rig)
@@ -22,20 +19,16 @@ QString elsewhere(SignInRig& rig)
 }
 
 /// Debian's small HTTP proxy, which puts its name into what it passes on, for the rig's sign-ins.
-std::unique_ptr<QProcess> startProxy(SignInRig& rig, const QByteArray& access,
-                                     const QString& password)
+std::unique_ptr<QProcess> startProxy(SignInRig& rig, const QString& password)
 {
-    QFile file(rig.root().path() + "/tinyproxy.conf");
-    if (!file.open(QIODevice::WriteOnly) ||
-        file.write("Port 3128\nListen 127.0.0.1\n" + access) < 0)
+    const QString file = rig.root().path() + "/tinyproxy.conf";
+    if (!writeFile(file, "Port 3128\nListen 127.0.0.1\nBasicAuth me secret-pw\n"))
         qFatal("the proxy cannot be configured");
-    file.close();
     auto proxy = std::make_unique<QProcess>();
     proxy->setProcessChannelMode(QProcess::MergedChannels);
-    proxy->start("tinyproxy", {"-d", "-c", file.fileName()});
-    QByteArray output;
-    while (!output.contains("Accepting connections") && proxy->waitForReadyRead(5000))
-        output += proxy->readAll();
+    proxy->start("tinyproxy", {"-d", "-c", file});
+    while (proxy->waitForReadyRead(5000) && !proxy->readAll().contains("Accepting connections"))
+        continue;
     rig.set("proxyMode", 1);
     rig.set("proxyHost", "127.0.0.1");
     rig.set("proxyPort", 3128);
@@ -89,50 +82,35 @@ void TestNetwork::revocation()
 
 void TestNetwork::proxy()
 {
-    for (const auto& [access, password, granted] : {std::tuple(QByteArray(), "", true),
-                                                    {kClosed, "secret-pw", true},
-                                                    {kClosed, "wrong-pw", false}}) {
+    for (const QString password : {"secret-pw", "wrong-pw"}) {
         SignInRig rig;
-        const auto proxy = startProxy(rig, access, password);
+        const auto proxy = startProxy(rig, password);
         rig.set("korvexApiServer", elsewhere(rig));
         // The page's address is the service's own, so it goes on to its other name.
         rig.showScript("if (location.hostname != '127.0.0.1') SUBMIT;"
                        "else location.hostname = 'service.example'");
         const Outcome outcome = rig.signIn("root");
+        const bool granted = password == "secret-pw";
         QCOMPARE(outcome.verdicts, QVector<int>{granted});
         QVERIFY(!outcome.output.contains("-pw"));
         QStringList paths;
-        for (const auto& request : rig.service().requests()) {
-            QCOMPARE(request.headers.value("via").contains("tinyproxy"),
-                     request.headers.value("host").startsWith("service.example:"));
-            if (request.headers.contains("via"))
+        for (const auto& request : rig.service().requests())
+            if (request.headers.value("via").contains("tinyproxy"))
                 paths << request.route();
-        }
         for (const char* const path : {"/", "/api/transaction/init", "/signin", "/signin/code"})
             QCOMPARE(paths.contains(path), granted);
-        proxy->terminate();
-        QVERIFY(proxy->waitForFinished());
     }
 }
 
 void TestNetwork::pageBehindProxy()
 {
     SignInRig rig;
-    // The second gets as far as a certificate, which the service has not.
-    for (const auto& [password, scheme, seen] :
-         {std::tuple("wrong-pw", "http:", "GET http://service"),
-          std::tuple("secret-pw", "https:", "CONNECT service.example:")}) {
-        const auto proxy = startProxy(rig, kClosed, password);
-        rig.service().setResult(
-            "/api/transaction/init",
-            {{"webURI", elsewhere(rig).replace("http:", scheme) + "/signin/x"}});
-        QCOMPARE(rig.signIn("root").lastVerdict(), "denied: Application exception");
-        for (const auto& request : rig.service().requests())
-            QVERIFY(!request.path.startsWith("/signin"));
-        proxy->terminate();
-        QVERIFY(proxy->waitForFinished());
-        QVERIFY(proxy->readAll().contains(seen));
-    }
+    const auto proxy = startProxy(rig, "wrong-pw");
+    rig.service().setResult("/api/transaction/init", {{"webURI", elsewhere(rig) + "/signin/x"}});
+    QCOMPARE(rig.signIn("root").lastVerdict(), "denied: Application exception");
+    proxy->terminate();
+    QVERIFY(proxy->waitForFinished());
+    QVERIFY(proxy->readAll().contains("GET http://service"));
 }
 
 int main(int argc, char** argv)
