@@ -124,14 +124,14 @@ void TestTransaction::newSecret()
         Transaction transaction({.user = name}, resolver());
         QSignalSpy pages(&transaction, &Transaction::showWebPage);
         transaction.start();
+        QVERIFY(!verdictGiven());
         const QJsonObject code{{"code", m_state.service().currentCode(name)}};
         QNetworkRequest request(QUrl(pages.value(0).value(0).toString() + "/code"));
         request.setHeader(QNetworkRequest::ContentTypeHeader, "application/json");
         QNetworkAccessManager manager;
         QNetworkReply* const reply = manager.post(request, QJsonDocument(code).toJson());
         QSignalSpy(reply, &QNetworkReply::finished).wait();
-        const auto page = QJsonDocument::fromJson(reply->readAll());
-        const QString token = page["accessToken"].toString();
+        const QString token = QJsonDocument::fromJson(reply->readAll())["accessToken"].toString();
         QCOMPARE(runInEventLoop([&] { transaction.credentials(token); }), 1);
         const QStringList updates = m_state.takeLog().filter("Received new secret, update status");
         QCOMPARE(updates.join('|').section(' ', -1), update);
