@@ -1,5 +1,7 @@
 #include "api/company_data.h"
 
+#include "core/log.h"
+
 #include <QJsonObject>
 #include <array>
 #include <utility>
@@ -23,18 +25,20 @@ constexpr std::array<std::pair<const char*, Setting>, 8> kMembers{{
 
 } // namespace
 
-std::expected<CompanyData, QString> parseCompanyData(const QJsonObject& result)
+CompanyData parseCompanyData(const QJsonObject& result)
 {
     CompanyData data;
     for (const auto& [name, setting] : kMembers) {
         const QJsonValue value = result.value(QLatin1String(name));
-        if (value.isUndefined())
+        if (value.isUndefined() || value.isNull())
             continue;
         const QString text = value.toString();
         if (!value.isString() || text.size() > kMaxTextLength) {
-            return std::unexpected(QStringLiteral("'%1' is no text of at most %2 characters")
-                                       .arg(QLatin1String(name))
-                                       .arg(kMaxTextLength));
+            logger().logWarning(
+                0, QStringLiteral("Company data: '%1' is no text of at most %2 characters")
+                       .arg(QLatin1String(name))
+                       .arg(kMaxTextLength));
+            continue;
         }
         data.emplace(setting, text);
     }

@@ -28,20 +28,33 @@ struct Branding
 {
     CompanyData texts{};
     std::optional<Logo> logo{};
+    bool complete = true; ///< false: something was not transferred and has to be fetched again
 };
 
-std::expected<Logo, QString> fetchLogo(const QString& address)
+void warn(const QString& text)
 {
-    const auto bytes = KorvexRestAPIClient::get(address, kMaxLogoSize);
-    if (!bytes)
-        return std::unexpected(QStringLiteral("the logo cannot be fetched: ") + address);
-    const QByteArray format = logoFormat(*bytes);
-    if (format.isEmpty()) {
-        return std::unexpected(
-            QStringLiteral("the logo is no PNG or JPEG of at most 1 MiB and %1 x %1 pixels")
-                .arg(kMaxLogoEdge));
+    logger().logWarning(0, QStringLiteral("Company data: ") + text);
+}
+
+/// Fetches the logo that the texts name. A logo that cannot be used is left out of both.
+void fetchLogo(Branding& branding)
+{
+    const auto address = branding.texts.find(Setting::CompanyLogo);
+    if (address == branding.texts.end() || address->second.isEmpty())
+        return;
+    const auto bytes = KorvexRestAPIClient::get(address->second, kMaxLogoSize);
+    const QByteArray format = bytes ? logoFormat(*bytes) : QByteArray();
+    if (!bytes) {
+        branding.complete = false;
+        warn(QStringLiteral("the logo cannot be fetched: ") + address->second);
+    } else if (format.isEmpty()) {
+        warn(QStringLiteral("the logo is no PNG or JPEG of at most 1 MiB and %1 x %1 pixels")
+                 .arg(kMaxLogoEdge));
+    } else {
+        branding.logo = Logo{*bytes, format};
+        return;
     }
-    return Logo{*bytes, format};
+    branding.texts.erase(address);
 }
 
 std::expected<Branding, QString> fetch(KorvexRestAPIClient& client, const QString& systemToken)
@@ -49,22 +62,17 @@ std::expected<Branding, QString> fetch(KorvexRestAPIClient& client, const QStrin
     const auto answer =
         client.post(QStringLiteral("/api/company/data"),
                     QJsonDocument(QJsonObject{{QStringLiteral("systemToken"), systemToken}}));
-    if (!answer) {
+    // An empty result is among the unknown answers. It says that there is no branding.
+    if (!answer && answer.error().code != ErrorCode::UnknownServiceError) {
         return std::unexpected(QStringLiteral("code %1, error: '%2'")
                                    .arg(QString::number(static_cast<int>(answer.error().code)),
                                         answer.error().message));
     }
-    auto texts = parseCompanyData(*answer);
-    if (!texts)
-        return std::unexpected(texts.error());
-    Branding branding{.texts = *texts};
-    const auto address = texts->find(Setting::CompanyLogo);
-    if (address != texts->end() && !address->second.isEmpty() && !verdictGiven()) {
-        const auto logo = fetchLogo(address->second);
-        if (!logo)
-            return std::unexpected(logo.error());
-        branding.logo = *logo;
-    }
+    Branding branding;
+    if (answer)
+        branding.texts = parseCompanyData(*answer);
+    if (!verdictGiven())
+        fetchLogo(branding);
     if (verdictGiven())
         return std::unexpected(QStringLiteral("the sign-in has ended"));
     return branding;
@@ -81,21 +89,25 @@ QString storeLogo(const Logo& logo)
     return written ? path : QString();
 }
 
-/// The file comes first: it is the most likely to fail, and then nothing has changed. The flag
-/// comes last: after a registry that fails in between, the next sign-in fetches everything again.
+/// The flag comes last, and only when nothing is missing: otherwise the next sign-in fetches
+/// everything again.
 std::expected<void, QString> store(Branding branding)
 {
     if (branding.logo) {
         const QString path = storeLogo(*branding.logo);
-        if (path.isEmpty())
-            return std::unexpected(QStringLiteral("the logo cannot be written"));
-        branding.texts[Setting::CompanyLogo] = path;
+        if (path.isEmpty()) {
+            warn(QStringLiteral("the logo cannot be written"));
+            branding.complete = false;
+            branding.texts.erase(Setting::CompanyLogo);
+        } else {
+            branding.texts[Setting::CompanyLogo] = path;
+        }
     }
     const auto nameOf = [](Setting setting) { return definitionOf(setting).name; };
     for (const auto& [setting, text] : branding.texts)
         if (!dataKey().writeString(nameOf(setting), text))
             return std::unexpected(QStringLiteral("the registry cannot be written"));
-    if (!cacheKey().writeNumber(nameOf(Setting::IsCompanyDataReaded), 1))
+    if (branding.complete && !cacheKey().writeNumber(nameOf(Setting::IsCompanyDataReaded), 1))
         return std::unexpected(QStringLiteral("the registry cannot be written"));
     return {};
 }

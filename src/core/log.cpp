@@ -37,6 +37,26 @@ QString levelTag(int level)
     return level >= 1 && level <= 3 ? QStringLiteral("[Verbose %1] ").arg(level) : QString();
 }
 
+bool endsLine(QChar c)
+{
+    return c.category() == QChar::Other_Control || c == QChar::LineSeparator ||
+           c == QChar::ParagraphSeparator;
+}
+
+/// One line whatever the message holds: a page or a program could otherwise forge lines.
+QString onOneLine(const QString& message)
+{
+    if (std::none_of(message.begin(), message.end(), endsLine))
+        return message;
+    QString line;
+    for (const QChar c : message)
+        if (endsLine(c))
+            line += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
+        else
+            line += c;
+    return line;
+}
+
 } // namespace
 
 Logger::Logger()
@@ -57,7 +77,7 @@ bool Logger::log(int level, const QString& message)
     if (level > m_maxLevel || !m_file.isOpen())
         return false;
     const QByteArray line =
-        QString(linePrefix() + levelTag(level) + message + QLatin1Char('\n')).toUtf8();
+        QString(linePrefix() + levelTag(level) + onOneLine(message) + QLatin1Char('\n')).toUtf8();
     const std::lock_guard lock(m_mutex);
     const bool written = platform::appendText(m_file, line);
     platform::writeStandardOutput(line);

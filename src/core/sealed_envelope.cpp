@@ -6,6 +6,7 @@
 
 #include <QCryptographicHash>
 #include <QJsonObject>
+#include <algorithm>
 #include <array>
 #include <openssl/aes.h>
 #include <openssl/crypto.h>
@@ -57,6 +58,16 @@ QByteArray cbc(const QByteArray& input, const QByteArray& key, QByteArray iv, in
                     reinterpret_cast<unsigned char*>(iv.data()), mode);
     OPENSSL_cleanse(&schedule, sizeof schedule);
     return output;
+}
+
+/// Removes and wipes as many bytes as the last one says.
+void cutPadding(QByteArray& plain)
+{
+    if (plain.isEmpty())
+        return;
+    const int size = std::max(0, plain.size() - static_cast<quint8>(plain.back()));
+    OPENSSL_cleanse(plain.data() + size, static_cast<size_t>(plain.size() - size));
+    plain.truncate(size);
 }
 
 QByteArray randomIv()
@@ -136,8 +147,7 @@ Result<QByteArray> openEnvelope(const QJsonDocument& envelope)
     }
     QByteArray plain = cbc(sealed, *key, iv, AES_DECRYPT);
     wipe(*key);
-    if (!plain.isEmpty())
-        plain.chop(static_cast<quint8>(plain.back()));
+    cutPadding(plain);
     return plain;
 }
 

@@ -39,6 +39,33 @@ bool isReadableRefusal(const QNetworkReply& reply)
            httpStatus(reply) == 400 && reply.bytesAvailable() > 0;
 }
 
+/// Whether the headers, and the first bytes of a refusal, say already that the service is there.
+bool isAnswer(const QNetworkReply& reply)
+{
+    const int status = httpStatus(reply);
+    return (status > 0 && status < 400) || (status == 400 && reply.bytesAvailable() > 0);
+}
+
+Result<void> judge(const QNetworkReply& reply)
+{
+    const int error = reply.error();
+    if (error != QNetworkReply::NoError && !isReadableRefusal(reply)) {
+        logger().logWarning(0, QStringLiteral("Http request error '%1' '%2', http code '%3'")
+                                   .arg(QString::number(error), reply.errorString(),
+                                        QString::number(httpStatus(reply))));
+        const bool serverSide = error >= QNetworkReply::InternalServerError &&
+                                error <= QNetworkReply::UnknownServerError;
+        return failure(serverSide ? ErrorCode::ServerFailure : ErrorCode::TransferFailure);
+    }
+    const QByteArray encoding = reply.rawHeader("Content-Encoding").trimmed().toLower();
+    if (!encoding.isEmpty() && encoding != "identity") {
+        logger().logWarning(0, QStringLiteral("Http answer refused, it is compressed: ") +
+                                   QString::fromLatin1(encoding));
+        return failure(ErrorCode::TransferFailure);
+    }
+    return {};
+}
+
 } // namespace
 
 KorvexRestAPIClient::KorvexRestAPIClient()
@@ -59,7 +86,8 @@ Result<QJsonObject> KorvexRestAPIClient::patch(const QString& path, const QJsonD
     return send("PATCH", path, body);
 }
 
-Result<QByteArray> KorvexRestAPIClient::get(const QString& absoluteUrl, qint64 maxAnswerSize)
+Result<QByteArray> KorvexRestAPIClient::get(const QString& absoluteUrl, qint64 maxAnswerSize,
+                                            Route route)
 {
     const QUrl url(absoluteUrl);
     // Qt would read local files too, and the address comes from outside.
@@ -68,20 +96,50 @@ Result<QByteArray> KorvexRestAPIClient::get(const QString& absoluteUrl, qint64 m
                             QStringLiteral("Http request refused, no web address: ") + absoluteUrl);
         return failure(ErrorCode::TransferFailure);
     }
-    return KorvexRestAPIClient().fetch(url, maxAnswerSize);
+    KorvexRestAPIClient client;
+    if (route == Route::Direct)
+        client.m_manager->setProxy(QNetworkProxy::NoProxy);
+    return client.fetch(url, maxAnswerSize);
 }
 
 Result<void> KorvexRestAPIClient::probe()
 {
-    const auto body = fetch(QUrl(m_baseUrl));
-    if (!body)
-        return std::unexpected(body.error());
+    Reply reply(m_manager->get(requestFor(QUrl(m_baseUrl))));
+    limit(*reply, kMaxAnswerSize);
+    QEventLoop loop;
+    bool answered = false;
+    const auto look = [&] {
+        answered = answered || isAnswer(*reply);
+        if (answered)
+            loop.quit();
+    };
+    connect(reply.get(), &QNetworkReply::metaDataChanged, &loop, look);
+    connect(reply.get(), &QNetworkReply::readyRead, &loop, look);
+    connect(reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    loop.exec();
+    if (!answered) {
+        if (!reply->isFinished())
+            reply->abort();
+        return judge(*reply);
+    }
+    // The rest of the body still comes, so that the next request can use the connection.
+    if (!reply->isFinished()) {
+        QNetworkReply* const rest = reply.release();
+        connect(rest, &QNetworkReply::finished, rest, &QObject::deleteLater);
+    }
     return {};
+}
+
+void KorvexRestAPIClient::useFreshConnection()
+{
+    m_manager->clearConnectionCache();
 }
 
 QByteArray KorvexRestAPIClient::sign(const QByteArray& body) const
 {
     QByteArray key = readSecretKey();
+    if (key.isEmpty())
+        return {};
     const QByteArray digest =
         QMessageAuthenticationCode::hash(body, key, QCryptographicHash::Sha256);
     wipe(key);
@@ -92,10 +150,15 @@ Result<QJsonObject> KorvexRestAPIClient::send(const QByteArray& method, const QS
                                               const QJsonDocument& body)
 {
     const QByteArray bytes = body.toJson(QJsonDocument::Compact);
+    const QByteArray signature = sign(bytes);
+    if (signature.isEmpty()) {
+        logger().logError(QStringLiteral("Http request not sent, no secret key to sign it"));
+        return failure(ErrorCode::InvalidSignature);
+    }
     QNetworkRequest request = requestFor(QUrl(m_baseUrl + path, QUrl::TolerantMode));
     request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
     request.setRawHeader("Accept", "application/json");
-    request.setRawHeader(kSignatureHeader, sign(bytes));
+    request.setRawHeader(kSignatureHeader, signature);
 
     const Reply reply(m_manager->sendCustomRequest(request, method, bytes));
     if (const auto transfer = waitFor(*reply); !transfer)
@@ -116,31 +179,27 @@ Result<QByteArray> KorvexRestAPIClient::fetch(const QUrl& url, qint64 maxAnswerS
     return reply->readAll();
 }
 
-Result<void> KorvexRestAPIClient::waitFor(QNetworkReply& reply, qint64 maxAnswerSize) const
+void KorvexRestAPIClient::limit(QNetworkReply& reply, qint64 maxAnswerSize) const
 {
-    QEventLoop loop;
-    connect(&reply, SIGNAL(finished()), &loop, SLOT(quit()));
     // The manager's own time-out restarts with every byte. This one also ends an endless answer.
     QTimer::singleShot(m_timeout, &reply, &QNetworkReply::abort);
     connect(&reply, &QNetworkReply::readyRead, &reply, [&reply, maxAnswerSize] {
         if (reply.bytesAvailable() > maxAnswerSize)
             reply.abort();
     });
+}
+
+Result<void> KorvexRestAPIClient::waitFor(QNetworkReply& reply, qint64 maxAnswerSize) const
+{
+    limit(reply, maxAnswerSize);
+    QEventLoop loop;
+    connect(&reply, SIGNAL(finished()), &loop, SLOT(quit()));
     if (!reply.isFinished())
         loop.exec();
     // A verdict that is given during the wait ends every event loop, this one included.
     if (!reply.isFinished())
         reply.abort();
-
-    const int error = reply.error();
-    if (error == QNetworkReply::NoError || isReadableRefusal(reply))
-        return {};
-    logger().logWarning(0, QStringLiteral("Http request error '%1' '%2', http code '%3'")
-                               .arg(QString::number(error), reply.errorString(),
-                                    QString::number(httpStatus(reply))));
-    const bool serverSide =
-        error >= QNetworkReply::InternalServerError && error <= QNetworkReply::UnknownServerError;
-    return failure(serverSide ? ErrorCode::ServerFailure : ErrorCode::TransferFailure);
+    return judge(reply);
 }
 
 bool KorvexRestAPIClient::isAuthentic(const QNetworkReply& reply, const QByteArray& body) const
@@ -149,7 +208,8 @@ bool KorvexRestAPIClient::isAuthentic(const QNetworkReply& reply, const QByteArr
     // The service does not sign this one answer, so it is accepted without a signature.
     if (signature.isEmpty() && body.contains("UserBypassedException"))
         return true;
-    return equalInConstantTime(signature, sign(body));
+    const QByteArray expected = sign(body);
+    return !expected.isEmpty() && equalInConstantTime(signature, expected);
 }
 
 QNetworkRequest KorvexRestAPIClient::requestFor(const QUrl& url) const

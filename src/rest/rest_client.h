@@ -34,17 +34,30 @@ public:
     [[nodiscard]] Result<QJsonObject> post(const QString& path, const QJsonDocument& body);
     [[nodiscard]] Result<QJsonObject> patch(const QString& path, const QJsonDocument& body);
 
+    /// How a request leaves the machine.
+    enum class Route {
+        Configured, ///< by the application's proxy, if one is set
+        Direct,     ///< by no proxy
+    };
+
     /// An unsigned GET of any web address (http, https), with a separate client. Returns the body,
-    /// of at most `maxAnswerSize` bytes.
+    /// of at most `maxAnswerSize` bytes. Any thread.
     /// Errors: ServerFailure, TransferFailure (also for an address of another scheme).
     [[nodiscard]] static Result<QByteArray> get(const QString& absoluteUrl,
-                                                qint64 maxAnswerSize = kMaxAnswerSize);
+                                                qint64 maxAnswerSize = kMaxAnswerSize,
+                                                Route route = Route::Configured);
 
-    /// Asks whether the service can be reached: an unsigned GET of the bare base URL.
+    /// Asks whether the service can be reached: an unsigned GET of the bare base URL. The headers
+    /// of an answer are enough; what follows them is read and dropped, within the usual limits.
     /// Errors: ServerFailure, TransferFailure.
     [[nodiscard]] Result<void> probe();
 
-    /// The signature of a body: HMAC-SHA256 under the SecretKey setting, 64 lower-case hex digits.
+    /// Makes the next request open a connection of its own: after minutes without traffic, a
+    /// firewall may have dropped the one before without a word.
+    void useFreshConnection();
+
+    /// The signature of a body: HMAC-SHA256 under the SecretKey setting, 64 lower-case hex digits;
+    /// empty without a key, which signs nothing.
     QByteArray sign(const QByteArray& body) const;
 
 private:
@@ -53,6 +66,7 @@ private:
     Result<QJsonObject> send(const QByteArray& method, const QString& path,
                              const QJsonDocument& body);
     Result<QByteArray> fetch(const QUrl& url, qint64 maxAnswerSize = kMaxAnswerSize);
+    void limit(QNetworkReply& reply, qint64 maxAnswerSize) const;
     Result<void> waitFor(QNetworkReply& reply, qint64 maxAnswerSize = kMaxAnswerSize) const;
     bool isAuthentic(const QNetworkReply& reply, const QByteArray& body) const;
     QNetworkRequest requestFor(const QUrl& url) const;

@@ -37,7 +37,8 @@ private slots:
     void init();
     void stored();
     void logo();
-    void refused();
+    void partial();
+    void failed();
     void logoFileCannotBeWritten();
 
 private:
@@ -110,31 +111,47 @@ void TestCompanyData::logo()
     }
 }
 
-/// A failed fetch stores nothing and does not stop the sign-in; the next one tries again.
-void TestCompanyData::refused()
+/// What cannot be used is left out; what was not transferred is fetched again.
+void TestCompanyData::partial()
 {
     const QString noLogo = "the logo is no PNG or JPEG of at most 1 MiB and 2048 x 2048 pixels";
     const QString noText = "'helpLink2' is no text of at most 4096 characters";
-    const QJsonObject logo{{"companyName", "new"}, {"companyLogo", m_address}};
-    using Row = std::tuple<QJsonObject, QByteArray, QString>;
-    for (const auto& [result, bytes, reason] :
-         {Row{{{"companyName", "new"}, {"helpLink2", 1}}, "", noText},
-          Row{{{"helpLink2", QJsonValue()}}, "", noText},
-          Row{{{"helpLink2", QString(4097, 'x')}}, "", noText}, Row{{}, "", "code 1000, error: ''"},
-          Row{{{"companyLogo", "http://127.0.0.1:1"}},
-              "",
-              "the logo cannot be fetched: http://127.0.0.1:1"},
-          Row{logo, image("png", 1).leftJustified(kMiB + 1, '\0'),
-              "the logo cannot be fetched: " + m_address},
-          Row{logo, image("png", 2049), noLogo}, Row{logo, image("png", 100).chopped(30), noLogo},
-          Row{logo, image("bmp", 9), noLogo}}) {
+    const QString notFetched = "the logo cannot be fetched: ";
+    const QString nowhere = "http://127.0.0.1:1";
+    const auto with = [](const QString& member, const QJsonValue& value) {
+        return QJsonObject{{"companyName", "new"}, {member, value}};
+    };
+    const QJsonObject logo = with("companyLogo", m_address);
+    using Row = std::tuple<QJsonObject, QByteArray, QString, bool>;
+    for (const auto& [result, bytes, reason, complete] :
+         {Row{with("helpLink2", 1), "", noText, true},
+          Row{with("helpLink2", QString(4097, 'x')), "", noText, true},
+          Row{with("helpLink2", QJsonValue()), "", "", true}, Row{{}, "", "", true},
+          Row{with("companyLogo", nowhere), "", notFetched + nowhere, false},
+          Row{logo, image("png", 1).leftJustified(kMiB + 1, '\0'), notFetched + m_address, false},
+          Row{logo, image("png", 2049), noLogo, true},
+          Row{logo, image("png", 100).chopped(30), noLogo, true},
+          Row{logo, image("bmp", 9), noLogo, true}}) {
+        init();
         m_peer.answer = RawServer::http("200 OK", bytes);
         m_state.service().setResult(kData, result);
         QVERIFY(signIn());
+        QStringList expected = m_old;
+        expected[1] = result.value("companyName").toString("old");
+        QCOMPARE(values(), expected);
+        QCOMPARE(readFlag(Setting::IsCompanyDataReaded), qint64(complete));
+        const QString warning = reason.isEmpty() ? "" : "[Warning] Company data: " + reason + '|';
         QCOMPARE(m_state.takeLog().filter("Company data").join('|'),
-                 "[Warning] Company data not stored: " + reason);
-        QCOMPARE(values(), m_old);
+                 warning + "[Verbose 1] Company data stored");
     }
+}
+
+void TestCompanyData::failed()
+{
+    m_state.service().setBehaviour(kData, {mfa_service::Behaviour::Kind::Status500});
+    QVERIFY(signIn());
+    QCOMPARE(values(), m_old);
+    QCOMPARE(readFlag(Setting::IsCompanyDataReaded), 0);
 }
 
 void TestCompanyData::logoFileCannotBeWritten()
@@ -143,7 +160,9 @@ void TestCompanyData::logoFileCannotBeWritten()
     QVERIFY(QDir().mkpath(m_path + "png"));
     QVERIFY(signIn());
     QVERIFY(QDir().rmdir(m_path + "png"));
-    QCOMPARE(values(), m_old);
+    QCOMPARE(values()[2], QString("old"));
+    QVERIFY(values()[1] != "old");
+    QCOMPARE(readFlag(Setting::IsCompanyDataReaded), 0);
 }
 
 QTEST_MAIN(TestCompanyData)

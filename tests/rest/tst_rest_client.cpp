@@ -60,6 +60,9 @@ private slots:
     void answers_data();
     void answers();
     void timeOut();
+    void probeNeedsNoBody();
+    void noKey();
+    void freshConnection();
     void nothingKeptBetweenRequests();
     void requestLog();
     void settings();
@@ -150,6 +153,7 @@ void TestRestClient::answers_data()
     row("200 OK", kBypass, "X-Korvex-Signature: 0\r\n", "9");
     const QByteArray tooLarge = kAnswer.leftJustified(kMaxAnswer + 1);
     row("200 OK", tooLarge, signatureOf(tooLarge), "1002");
+    row("200 OK", kAnswer, good + "Content-Encoding: gzip\r\n", "1002");
     QTest::newRow("cut") << RawServer::http("200 OK", kAnswer + ' ', good).chopped(1) << "1002";
 }
 
@@ -161,8 +165,9 @@ void TestRestClient::answers()
     peer.answer = answer;
     mainKey().writeString("korvexApiServer", "http://" + peer.authority());
     QCOMPARE(postInit(), error);
-    // A probe looks at the transfer alone.
-    QCOMPARE(errorOf(KorvexRestAPIClient().probe()), error.startsWith("100") ? error : "0");
+    // A probe looks at the status alone.
+    const bool refused = error.startsWith("100") && !answer.startsWith("HTTP/1.1 200");
+    QCOMPARE(errorOf(KorvexRestAPIClient().probe()), refused ? error : "0");
 }
 
 void TestRestClient::timeOut()
@@ -175,6 +180,59 @@ void TestRestClient::timeOut()
         QCOMPARE(postInit(), QString("1002"));
         QVERIFY2(time.elapsed() >= 350 && time.elapsed() < 4000,
                  QByteArray::number(time.elapsed()));
+    }
+}
+
+/// The rest of a body does not matter, however long it takes.
+void TestRestClient::probeNeedsNoBody()
+{
+    mainKey().writeNumber("RequestTimeout", 2000);
+    m_state.service().setBehaviour("/", {Kind::EndlessSlowBody});
+    QElapsedTimer time;
+    time.start();
+    KorvexRestAPIClient client;
+    QVERIFY(client.probe() && time.elapsed() < 1000);
+    QVERIFY(client.post(kInit, QJsonDocument::fromJson(kInitBody)));
+}
+
+void TestRestClient::noKey()
+{
+    for (const bool stored : {true, false}) {
+        m_state.startAnew();
+        if (stored)
+            mainKey().writeString("SecretKey", "");
+        else
+            mainKey().writeNumber("SecretKey", 0); // reads as an absent one
+        QCOMPARE(postInit(), QString("9"));
+        QCOMPARE(m_state.takeLog(),
+                 QStringList("[Error] Http request not sent, no secret key to sign it"));
+        QVERIFY(m_state.paths().isEmpty());
+    }
+}
+
+/// A peer that no longer answers on a connection that was good before.
+void TestRestClient::freshConnection()
+{
+    QTcpServer peer;
+    int connections = 0;
+    connect(&peer, &QTcpServer::newConnection, &peer, [&] {
+        QTcpSocket* const socket = peer.nextPendingConnection();
+        ++connections;
+        connect(socket, &QTcpSocket::readyRead, socket, [socket] {
+            if (socket->readAll().endsWith("\r\n\r\n"))
+                socket->write("HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\nx");
+        });
+    });
+    QVERIFY(peer.listen(QHostAddress::LocalHost));
+    mainKey().writeString("korvexApiServer", QString("http://127.0.0.1:%1").arg(peer.serverPort()));
+    KorvexRestAPIClient client;
+    for (const bool fresh : {false, false, true}) {
+        if (fresh)
+            client.useFreshConnection();
+        const int before = connections;
+        QVERIFY(client.probe());
+        QTest::qWait(20); // for the rest of the body
+        QCOMPARE(connections, fresh || before == 0 ? before + 1 : before);
     }
 }
 
