@@ -23,7 +23,7 @@ struct Command
     QStringView breaking;
 };
 
-constexpr QStringView kBreaksSearch = u"\"\u201c\u201d\u201e`$()*\\";
+constexpr QStringView kBreaksSearch = u"\"\u201c\u201d\u201e`$";
 constexpr QStringView kBreaksName = u"\"'\u2018\u2019\u201a\u201b`*?[]";
 
 constexpr Command kUserNameCommand{
@@ -79,6 +79,18 @@ std::optional<QString> askPowerShell(const ProcessRunner& runner, const Command&
     return output;
 }
 
+/// A name as a value of a directory's search filter, by RFC 4515.
+QString escapedForSearch(const QString& name)
+{
+    QString escaped;
+    for (const QChar c : name)
+        if (QStringView(u"()*\\").contains(c))
+            escaped += QStringLiteral("\\%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
+        else
+            escaped += c;
+    return escaped;
+}
+
 /// The address that the directory knows; empty, with the query's line in the log, when there is
 /// none.
 QString askDirectory(const ProcessRunner& runner, const QString& directory,
@@ -92,7 +104,7 @@ QString askDirectory(const ProcessRunner& runner, const QString& directory,
                               "Windows Registry."));
         return {};
     }
-    const auto output = askPowerShell(runner, query.command, user);
+    const auto output = askPowerShell(runner, query.command, escapedForSearch(user));
     if (!output) {
         logger().logError(QLatin1String(query.failed));
         return {};
@@ -208,7 +220,7 @@ QString IdentityResolver::findUsernameByUpn(const QString& upn)
 {
     logger().log(1, QStringLiteral("Trying to find username by UPN..."));
     if (!directoryName().isEmpty()) {
-        const auto output = askPowerShell(m_runner, kUserNameCommand, upn);
+        const auto output = askPowerShell(m_runner, kUserNameCommand, escapedForSearch(upn));
         if (!output) {
             logger().logError(QStringLiteral("Failed to find username by UPN"));
             return {};

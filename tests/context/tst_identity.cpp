@@ -164,7 +164,7 @@ void TestIdentity::cachedUpn()
 
 void TestIdentity::unsafeNames()
 {
-    const QString ofSearch = QStringLiteral("\"\u201c\u201d\u201e`$()*\\\n\u0001");
+    const QString ofSearch = QStringLiteral("\"\u201c\u201d\u201e`$\n\u0001");
     const QString ofName = QStringLiteral("'\u2018\u2019\u201a\u201b\"*?[]`\n");
     for (const bool local : {false, true}) {
         const auto asked = [local](const QString& name) {
@@ -180,6 +180,11 @@ void TestIdentity::unsafeNames()
         QCOMPARE(asked(name), local ? kDescription.arg(name)
                                     : search("samaccountname", name, "userprincipalname"));
     }
+    // RFC 4515: what has a meaning in a search filter is escaped.
+    Machine machine{"CORP"};
+    machine.resolver().getUpn("a(b)*\\c");
+    QCOMPARE(machine.asked.join('|'),
+             search("samaccountname", "a\\28b\\29\\2a\\5cc", "userprincipalname"));
     QCOMPARE(m_state.takeLog().filter("[Warning] Name not looked up, it holds ").size(),
              ofSearch.size() + ofName.size());
 }
