@@ -7,19 +7,30 @@
 #include "core/settings.h"
 #include "core/verdict.h"
 #include "offline_mode/offline_mode_controller.h"
+#include "otp/offline_period.h"
 #include "otp/offline_secret.h"
 #include "rest/rest_client.h"
+
+#include <QDateTime>
 
 namespace korvex {
 
 namespace {
 
-bool offlineSecretExists()
+/// Whether the user may and can sign in offline.
+bool offlineModeIsPossible()
 {
     QByteArray secret = otp::loadOtpSecret(userRegistryData().get());
     const bool exists = !secret.isEmpty();
     wipe(secret);
-    return exists;
+    if (!exists)
+        return false;
+    if (otp::offlineDaysLeft(*userRegistryData(), QDateTime::currentSecsSinceEpoch()) != 0)
+        return true;
+    logger().logWarning(0, QStringLiteral("Offline mode has ended for this user: no sign-in that "
+                                          "the service accepted in the last %1 days")
+                               .arg(readNumber(Setting::OfflineMaxDays)));
+    return false;
 }
 
 void openOfflineScreen()
@@ -60,7 +71,7 @@ void Connectivity::judgeUnreachable()
     // the machine closed sets another FailMode.
     const bool bypass = failModeIsBypass();
     if (readBool(Setting::OfflineAuth)) {
-        if (offlineSecretExists())
+        if (offlineModeIsPossible())
             openOfflineScreen();
         else if (bypass)
             grant(QStringLiteral("OTP secret doesn't exist! FailMode bypass."));

@@ -12,10 +12,13 @@
 #include "core/settings.h"
 #include "core/verdict.h"
 #include "core/version.h"
+#include "otp/offline_period.h"
 #include "otp/offline_secret.h"
 #include "otp/otp_manager.h"
+#include "otp/recovery_code_controller.h"
 #include "rest/service_settings.h"
 
+#include <QDateTime>
 #include <QSysInfo>
 #include <openssl/sha.h>
 #include <utility>
@@ -49,6 +52,17 @@ void keepNewSecret(const QString& sealed)
     const bool stored = openSealedText(sealed, otp::OTPManager(userRegistryData()).setOtpSecret());
     logger().log(0, QStringLiteral("Received new secret, update status: ") +
                         QString::number(stored ? 1 : 0));
+}
+
+/// What the next sign-in needs if the service cannot be reached then.
+void prepareOfflineMode()
+{
+    if (!readBool(Setting::OfflineAuth))
+        return;
+    otp::noteOnlineSignIn(*userRegistryData(), QDateTime::currentSecsSinceEpoch());
+    // Made here already, so that the help desk can collect it before it is needed.
+    if (readString(Setting::RecoveryCode).isEmpty())
+        RecoveryCodeController().regenCode();
 }
 
 } // namespace
@@ -181,6 +195,7 @@ void Transaction::credentials(const QString& accessToken)
         return;
     }
     const QJsonDocument body = buildPostData(PostType::Credential, accessToken);
+    m_client.useFreshConnection();
     const auto result = m_client.post(QStringLiteral("/api/transaction/credentials"), body);
     if (verdictGiven())
         return;
@@ -209,6 +224,7 @@ void Transaction::judgeCredentials(const QJsonObject& result)
     }
     if (const QString sealed = text(result, QStringLiteral("erpsk")); !sealed.isEmpty())
         keepNewSecret(sealed);
+    prepareOfflineMode();
     grant(QStringLiteral("User allowed by Korvex server"));
 }
 

@@ -100,6 +100,10 @@ std::map<Setting, SettingDefinition> makeCatalogue()
          {Main, "debugKorvexRequests", Boolean, false, Administrator,
           "log the service's answers and open developer tools for the page. For diagnosis only: "
           "anyone at the logon screen can use the tools"}},
+        {Setting::OfflineMaxDays,
+         {Main, "OfflineMaxDays", Number, 0, Administrator,
+          "days after a user's last sign-in that the service accepted until offline mode ends for "
+          "them; 0: never"}},
     };
 }
 

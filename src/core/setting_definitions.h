@@ -37,6 +37,7 @@ enum class Setting {
     ProxyPassword = 108,
     DebugMode = 109,
     DebugKorvexRequests = 110,
+    OfflineMaxDays = 111,
 };
 
 /// Where a setting is kept.

@@ -20,10 +20,28 @@ Wenden Sie sich an Ihren Administrator.</translation>
     </message>
 </context>
 <context>
+    <name>korvex::ContactNotice</name>
+    <message>
+        <source>Contacting the sign-in service...</source>
+        <translation>Der Anmeldedienst wird kontaktiert...</translation>
+    </message>
+</context>
+<context>
     <name>korvex::MainWindow</name>
     <message>
         <source>Incorrect Korvex API credentials.</source>
         <translation>Falsche Zugangsdaten für die Korvex-API.</translation>
+    </message>
+</context>
+<context>
+    <name>korvex::PageDialog</name>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
     </message>
 </context>
 <context>
@@ -145,6 +163,13 @@ Fehlerhafte Anfrage an die Korvex-API.</translation>
     <message>
         <source>No authenticator app at hand? Your help desk can tell you a recovery code. Enter it like any other code. It works once.</source>
         <translation>Keine Authenticator-App zur Hand? Ihr Helpdesk kann Ihnen einen Wiederherstellungscode nennen. Geben Sie ihn wie jeden anderen Code ein. Er gilt nur einmal.</translation>
+    </message>
+    <message numerus="yes">
+        <source>You can sign in offline for %n more day(s). Connect to the internet before that.</source>
+        <translation>
+            <numerusform>Sie können sich noch %n Tag offline anmelden. Stellen Sie vorher eine Internetverbindung her.</numerusform>
+            <numerusform>Sie können sich noch %n Tage offline anmelden. Stellen Sie vorher eine Internetverbindung her.</numerusform>
+        </translation>
     </message>
 </context>
 </TS>

@@ -20,10 +20,28 @@ Contact your administrator.</translation>
     </message>
 </context>
 <context>
+    <name>korvex::ContactNotice</name>
+    <message>
+        <source>Contacting the sign-in service...</source>
+        <translation>Contacting the sign-in service...</translation>
+    </message>
+</context>
+<context>
     <name>korvex::MainWindow</name>
     <message>
         <source>Incorrect Korvex API credentials.</source>
         <translation>Incorrect Korvex API credentials.</translation>
+    </message>
+</context>
+<context>
+    <name>korvex::PageDialog</name>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancel</translation>
     </message>
 </context>
 <context>
@@ -145,6 +163,13 @@ Incorrect Korvex API request.</translation>
     <message>
         <source>No authenticator app at hand? Your help desk can tell you a recovery code. Enter it like any other code. It works once.</source>
         <translation>No authenticator app at hand? Your help desk can tell you a recovery code. Enter it like any other code. It works once.</translation>
+    </message>
+    <message numerus="yes">
+        <source>You can sign in offline for %n more day(s). Connect to the internet before that.</source>
+        <translation>
+            <numerusform>You can sign in offline for %n more day. Connect to the internet before that.</numerusform>
+            <numerusform>You can sign in offline for %n more days. Connect to the internet before that.</numerusform>
+        </translation>
     </message>
 </context>
 </TS>

@@ -20,10 +20,28 @@ Skontaktuj się z administratorem.</translation>
     </message>
 </context>
 <context>
+    <name>korvex::ContactNotice</name>
+    <message>
+        <source>Contacting the sign-in service...</source>
+        <translation>Trwa łączenie z usługą logowania...</translation>
+    </message>
+</context>
+<context>
     <name>korvex::MainWindow</name>
     <message>
         <source>Incorrect Korvex API credentials.</source>
         <translation>Nieprawidłowe dane uwierzytelniające Korvex API.</translation>
+    </message>
+</context>
+<context>
+    <name>korvex::PageDialog</name>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Anuluj</translation>
     </message>
 </context>
 <context>
@@ -145,6 +163,14 @@ Nieprawidłowe żądanie do Korvex API.</translation>
     <message>
         <source>No authenticator app at hand? Your help desk can tell you a recovery code. Enter it like any other code. It works once.</source>
         <translation>Nie masz pod ręką aplikacji uwierzytelniającej? Pomoc techniczna może podać Ci kod odzyskiwania. Wpisz go jak każdy inny kod. Działa tylko raz.</translation>
+    </message>
+    <message numerus="yes">
+        <source>You can sign in offline for %n more day(s). Connect to the internet before that.</source>
+        <translation>
+            <numerusform>Możesz logować się offline jeszcze przez %n dzień. Wcześniej połącz się z internetem.</numerusform>
+            <numerusform>Możesz logować się offline jeszcze przez %n dni. Wcześniej połącz się z internetem.</numerusform>
+            <numerusform>Możesz logować się offline jeszcze przez %n dni. Wcześniej połącz się z internetem.</numerusform>
+        </translation>
     </message>
 </context>
 </TS>

@@ -30,11 +30,15 @@ void InternationalizationController::setSelectedLanguage(int language)
     const auto entry = languageCodes().find(language);
     if (language == m_language || entry == languageCodes().end())
         return;
-    QCoreApplication::removeTranslator(&m_translator);
-    if (!loadLanguage(m_translator, entry->second))
+    if (QTranslator trial; loadLanguage(trial, entry->second)) {
+        QCoreApplication::removeTranslator(&m_translator);
+        loadLanguage(m_translator, entry->second);
+        QCoreApplication::installTranslator(&m_translator);
+        m_language = language;
+    } else {
         logger().logError(QStringLiteral("Cannot load the language ") + entry->second);
-    QCoreApplication::installTranslator(&m_translator);
-    m_language = language;
+    }
+    // Also for a language that stays: the selector shows the other one already.
     emit selectedLanguageChanged();
 }
 

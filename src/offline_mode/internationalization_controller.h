@@ -21,7 +21,8 @@ public:
     explicit InternationalizationController(QTranslator& translator);
 
     int selectedLanguage() const { return m_language; }
-    /// Loads the language into the application's translator. An unknown number is ignored.
+    /// Loads the language into the application's translator. An unknown number is ignored; a
+    /// language that cannot be loaded leaves the one that is shown.
     void setSelectedLanguage(int language);
 
     /// The translation of a name of the language list; any other text unchanged.

@@ -41,18 +41,18 @@ bool TotpController::checkCode(const QString& code)
 {
     const bool accepted = verify(code);
     m_result->store(accepted);
-    if (!m_limiter.canAttempt())
+    if (!m_limiter.canAttempt() && !m_ticks.isActive()) {
+        logger().log(0, QStringLiteral("Too many verification attempts!"));
         m_ticks.start();
+    }
     emit secondsToWaitChanged();
     return accepted;
 }
 
 bool TotpController::verify(const QString& code)
 {
-    if (!m_limiter.tryAttempt()) {
-        logger().log(0, QStringLiteral("Too many verification attempts!"));
+    if (!m_limiter.tryAttempt())
         return false;
-    }
     const auto keys = std::make_shared<otp::KeyProvider>(userRegistryData());
     if (!otp::TOTPProvider(keys).verify(code)) {
         logger().log(0, QStringLiteral("Trying recovery code..."));

@@ -1,6 +1,17 @@
 #include "offline_mode/totp_text_provider.h"
 
+#include "core/current_sign_in.h"
+#include "otp/offline_period.h"
+
+#include <QDateTime>
+
 namespace korvex::offline_mode {
+
+namespace {
+
+constexpr int kWarnedDays = 3;
+
+} // namespace
 
 QString TotpTextProvider::noticeText()
 {
@@ -22,6 +33,15 @@ QString TotpTextProvider::recoveryCodeHint()
 {
     return tr("No authenticator app at hand? Your help desk can tell you a recovery code. Enter it "
               "like any other code. It works once.");
+}
+
+QString TotpTextProvider::daysLeftText()
+{
+    const auto days = otp::offlineDaysLeft(*userRegistryData(), QDateTime::currentSecsSinceEpoch());
+    if (!days || *days > kWarnedDays)
+        return {};
+    return tr("You can sign in offline for %n more day(s). Connect to the internet before that.",
+              nullptr, *days);
 }
 
 } // namespace korvex::offline_mode

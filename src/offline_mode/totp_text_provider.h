@@ -23,6 +23,7 @@ class TotpTextProvider : public QObject
     Q_PROPERTY(QString waitText READ waitText NOTIFY languageChanged)
     Q_PROPERTY(QString recoveryCodeText READ recoveryCodeText NOTIFY languageChanged)
     Q_PROPERTY(QString recoveryCodeHint READ recoveryCodeHint NOTIFY languageChanged)
+    Q_PROPERTY(QString daysLeftText READ daysLeftText NOTIFY languageChanged)
     Q_PROPERTY(QString languageLabel READ languageLabel NOTIFY languageChanged)
 
 public:
@@ -45,6 +46,8 @@ public:
     static QString waitText() { return tr("You can try again in %1 s."); }
     static QString recoveryCodeText() { return tr("Recovery Code"); }
     static QString recoveryCodeHint();
+    /// How long offline mode goes on for the user, when it ends within three days; else empty.
+    static QString daysLeftText();
     static QString languageLabel() { return tr("Language"); }
 
 signals:

@@ -41,11 +41,11 @@ bool TOTPProvider::verifyAt(const QString& code, quint64 time) const
         logger().log(0, QStringLiteral("Can't load time windows for totp."));
         return false;
     }
-    logger().log(2, QStringLiteral("Time windows count: ") + QString::number(counters.size()));
+    logger().log(0, QStringLiteral("Time windows count: ") + QString::number(counters.size()));
     const bool found = std::any_of(counters.begin(), counters.end(),
                                    [&](quint64 counter) { return generate(counter) == code; });
     if (found)
-        logger().log(2, QStringLiteral("Input code is found."));
+        logger().log(0, QStringLiteral("Input code is found."));
     return found;
 }
 

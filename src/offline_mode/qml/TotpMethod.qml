@@ -14,7 +14,8 @@ Window {
            | Qt.WindowStaysOnTopHint | Qt.MSWindowsFixedSizeDialogHint
     color: DefinedColors.window
     width: Math.min(460, Screen.desktopAvailableWidth)
-    height: Math.min(568, Screen.desktopAvailableHeight - frameHeight)
+    height: Math.min(568 + (daysLeft.visible ? daysLeft.height + view.spacing : 0),
+                     Screen.desktopAvailableHeight - frameHeight)
     minimumWidth: width
     maximumWidth: width
     minimumHeight: height
@@ -84,6 +85,14 @@ Window {
         InfoText {
             width: parent.width
             text: TotpTextProvider.noticeText
+        }
+        InfoText {
+            id: daysLeft
+
+            width: parent.width
+            text: TotpTextProvider.daysLeftText
+            color: DefinedColors.ink
+            visible: text !== ""
         }
         CommonOtpMethod {
             id: method
