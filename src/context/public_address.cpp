@@ -14,9 +14,15 @@ namespace {
 constexpr qint64 kMaxEchoSize = qint64{4} * 1024;
 constexpr qint64 kMaxInformationSize = qint64{64} * 1024;
 
+/// The question is how the machine itself is seen, not its proxy.
+Result<QByteArray> askDirectly(const QString& url, qint64 maxAnswerSize)
+{
+    return KorvexRestAPIClient::get(url, maxAnswerSize, KorvexRestAPIClient::Route::Direct);
+}
+
 std::optional<QString> askForText(const QString& url)
 {
-    const auto body = KorvexRestAPIClient::get(url, kMaxEchoSize);
+    const auto body = askDirectly(url, kMaxEchoSize);
     return body ? std::optional(QString::fromUtf8(*body).trimmed()) : std::nullopt;
 }
 
@@ -50,8 +56,8 @@ QString getPublicIp(const AddressServices& services)
 QString getPublicAsn(const AddressServices& services)
 {
     // Deliberately also without an address: the service is then asked about an empty one.
-    const auto body = KorvexRestAPIClient::get(services.information.arg(getPublicIp(services)),
-                                               kMaxInformationSize);
+    const auto body =
+        askDirectly(services.information.arg(getPublicIp(services)), kMaxInformationSize);
     if (!body)
         return {};
     const QJsonDocument answer = QJsonDocument::fromJson(*body);

@@ -4,9 +4,14 @@
 #include "core/log.h"
 #include "core/registry_keys.h"
 #include "core/user_folder.h"
+#include "core/verdict.h"
+#include "rest/service_settings.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
+#include <QThread>
+#include <QTimer>
 #include <map>
 #include <optional>
 
@@ -37,33 +42,83 @@ std::optional<platform::RegistryKey> userKey()
     return sid.isEmpty() ? std::nullopt : std::optional(accountKey(sid));
 }
 
-} // namespace
-
-void revokeRememberedDevice(qint32 policy, const AddressServices& services)
+void revoke(const QString& valueName, const QString& current)
 {
-    const auto parameter = trackedParameters().find(policy);
-    if (parameter == trackedParameters().end())
-        return;
-    const auto key = userKey();
-    const QString current = parameter->second.current(services);
     if (current.isEmpty()) {
         logger().logWarning(1,
                             QStringLiteral("Cannot determine current parameter, skipping cleanup"));
         return;
     }
-    const QString& name = parameter->second.valueName;
-    const QString previous = key ? key->readString(name).value_or(QString()) : QString();
+    const auto key = userKey();
+    const QString previous = key ? key->readString(valueName).value_or(QString()) : QString();
     if (current == previous)
         return;
     // Deliberately before the deletion: one that fails is not tried again at the next sign-in.
     if (key)
-        key->writeString(name, current);
+        key->writeString(valueName, current);
     if (previous.isEmpty())
         return;
     logger().log(0,
                  QStringLiteral("Tracked parameter changed: '%1' -> '%2', clearing remember device")
                      .arg(previous, current));
     clearRememberedDevice(webStorageDirectory());
+}
+
+} // namespace
+
+class DeviceRevocation::LookUp : public QThread
+{
+public:
+    LookUp(const TrackedParameter& parameter, const AddressServices& services)
+        : m_parameter(parameter)
+        , m_services(services)
+    {}
+
+    const QString& valueName() const { return m_parameter.valueName; }
+    /// What was found; empty for nothing. Only for a thread that is finished.
+    const QString& found() const { return m_found; }
+
+private:
+    void run() override { m_found = m_parameter.current(m_services); }
+
+    const TrackedParameter& m_parameter;
+    const AddressServices m_services;
+    QString m_found;
+};
+
+DeviceRevocation::DeviceRevocation(qint32 policy, const AddressServices& services)
+    : m_deadline(requestTimeout())
+{
+    const auto parameter = trackedParameters().find(policy);
+    if (parameter == trackedParameters().end())
+        return;
+    m_lookUp = std::make_unique<LookUp>(parameter->second, services);
+    m_lookUp->start();
+}
+
+DeviceRevocation::~DeviceRevocation()
+{
+    if (!m_lookUp)
+        return;
+    // Ends the event loops in which the look-up waits for answers.
+    m_lookUp->quit();
+    m_lookUp->wait();
+}
+
+void DeviceRevocation::finish()
+{
+    if (!m_lookUp)
+        return;
+    QEventLoop loop;
+    QObject::connect(m_lookUp.get(), &QThread::finished, &loop, &QEventLoop::quit);
+    QTimer::singleShot(m_deadline.remainingTime(), &loop, &QEventLoop::quit);
+    if (!m_lookUp->isFinished())
+        loop.exec();
+    m_lookUp->quit();
+    m_lookUp->wait();
+    if (!verdictGiven())
+        revoke(m_lookUp->valueName(), m_lookUp->found());
+    m_lookUp.reset();
 }
 
 bool clearRememberedDevice(const QString& storage)

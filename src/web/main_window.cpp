@@ -1,7 +1,6 @@
 #include "web/main_window.h"
 
 #include "api/transaction.h"
-#include "context/remember_device.h"
 #include "core/current_sign_in.h"
 #include "core/log.h"
 #include "core/message_box.h"
@@ -13,6 +12,7 @@
 #include "platform/process.h"
 #include "web/accept_language.h"
 #include "web/browser_interceptor.h"
+#include "web/contact_notice.h"
 #include "web/page_loader.h"
 #include "web/sign_in_page.h"
 #include "web/web_js_event_dispatcher.h"
@@ -25,6 +25,7 @@
 #include <QJsonObject>
 #include <QLocale>
 #include <QScreen>
+#include <QTimer>
 #include <QWebEngineProfile>
 #include <QWebEngineSettings>
 #include <QWebEngineView>
@@ -44,6 +45,8 @@ MainWindow::MainWindow() = default;
 
 MainWindow::~MainWindow()
 {
+    // Before the wait for the cookies.
+    hide();
     // The view is owned here; the window must not delete it as its central widget too.
     if (m_view)
         takeCentralWidget();
@@ -55,10 +58,6 @@ void MainWindow::start()
     if (!verifyConfiguration())
         return;
     setUpWindow();
-    // Before the web engine opens the cookies, and deliberately before the proxy is set: its
-    // requests ask how the machine itself is seen.
-    if (logonInput().ip.isEmpty())
-        revokeRememberedDevice(readNumber(Setting::RevokeRememberDevicePolicy));
     installProxy();
     createTransaction();
     m_transaction->start();
@@ -91,6 +90,9 @@ void MainWindow::setUpWindow()
                    Qt::CustomizeWindowHint | Qt::WindowCloseButtonHint);
     setWindowFlag(Qt::WindowStaysOnTopHint);
     setGeometry(screen()->availableGeometry());
+    m_notice = std::make_unique<ContactNotice>();
+    m_notice->setWindowIcon(windowIcon());
+    connect(m_notice.get(), &ContactNotice::closeRequested, this, &QWidget::close);
 }
 
 void MainWindow::installProxy()
@@ -129,10 +131,12 @@ void MainWindow::createView()
     m_view->setAttribute(Qt::WA_TransparentForMouseEvents, false);
     m_view->setAttribute(Qt::WA_TranslucentBackground, false);
     m_view->setPage(m_page.get());
+    m_view->setAcceptDrops(false);
     m_view->settings()->setUnknownUrlSchemePolicy(QWebEngineSettings::DisallowUnknownUrlSchemes);
     m_view->settings()->setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false);
     setCentralWidget(m_view.get());
     m_fitter = std::make_unique<WindowFitter>(*this, *m_view);
+    connect(m_fitter.get(), &WindowFitter::fitted, this, &MainWindow::showFitted);
 }
 
 void MainWindow::createDeveloperTools()
@@ -155,6 +159,19 @@ void MainWindow::watchView()
     connect(m_view.get(), &QWebEngineView::titleChanged, this, &MainWindow::onTitleChanged);
 }
 
+void MainWindow::onServiceReachable()
+{
+    // Not before: somebody who needs the offline screen waits for none of this.
+    if (logonInput().ip.isEmpty())
+        m_revocation.emplace(readNumber(Setting::RevokeRememberDevicePolicy));
+    // Any profile starts the engine. This one keeps nothing on disk and is made while the next
+    // request travels.
+    QTimer::singleShot(0, this, [this] {
+        if (!verdictGiven())
+            m_warmUp = std::make_unique<QWebEngineProfile>();
+    });
+}
+
 void MainWindow::startWebEngine()
 {
     createProfile();
@@ -169,8 +186,8 @@ void MainWindow::createTransaction()
 {
     m_transaction = std::make_unique<Transaction>(logonInput());
     connect(qApp, &QCoreApplication::aboutToQuit, this, &MainWindow::cleanUp);
-    // Not before: the offline screen, and a verdict that needs no page, come sooner without it.
-    connect(m_transaction.get(), &Transaction::serviceReachable, this, &MainWindow::startWebEngine);
+    connect(m_transaction.get(), &Transaction::serviceReachable, this,
+            &MainWindow::onServiceReachable);
     connect(m_transaction.get(), SIGNAL(showWebPage(QUrl)), this, SLOT(updateWebView(QUrl)));
 }
 
@@ -182,6 +199,14 @@ void MainWindow::cleanUp()
 void MainWindow::updateWebView(QUrl url)
 {
     logger().log(1, QStringLiteral("Invoke updateWebView, url: ") + url.toString());
+    if (m_revocation)
+        m_revocation->finish();
+    if (verdictGiven())
+        return;
+    startWebEngine();
+    // The page is laid out and drawn without being seen, until the window has the panel's size.
+    setAttribute(Qt::WA_DontShowOnScreen);
+    show();
     m_loader->load(url);
     m_view->setFocus(Qt::OtherFocusReason);
 }
@@ -192,15 +217,24 @@ void MainWindow::loadFinished(bool success)
         giveUpLoading();
         return;
     }
-    // The window covers the screen until the page has told the size of its panel.
+    m_pageUsable = true;
+    m_fitter->fit();
+}
+
+void MainWindow::showFitted()
+{
+    if (!testAttribute(Qt::WA_DontShowOnScreen))
+        return;
+    hide();
+    setAttribute(Qt::WA_DontShowOnScreen, false);
     show();
     platform::bringToForeground(winId());
-    m_fitter->fit();
 }
 
 void MainWindow::onContentSizeChanged(QSizeF)
 {
-    m_fitter->scheduleFit();
+    if (m_pageUsable)
+        m_fitter->scheduleFit();
 }
 
 void MainWindow::giveUpLoading()

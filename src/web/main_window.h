@@ -1,6 +1,7 @@
 #pragma once
 
 #include "context/proxy_settings.h"
+#include "context/remember_device.h"
 #include "web/cookie_flush.h"
 
 #include <QMainWindow>
@@ -16,6 +17,7 @@ class QWebEngineView;
 namespace korvex {
 
 class BrowserInterceptor;
+class ContactNotice;
 class PageLoader;
 class SignInPage;
 class Transaction;
@@ -23,7 +25,8 @@ class WebJsEventDispatcher;
 class WindowFitter;
 
 /// The one top-level window of a sign-in: the service's page in a web view, and the transaction
-/// behind it. Hidden until a page has loaded. Closing it ends the whole process at once.
+/// behind it. Hidden until a page is there and the window has its size. Closing it ends the whole
+/// process at once.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -52,20 +55,25 @@ protected:
 private:
     bool verifyConfiguration();
     void setUpWindow();
-    void startWebEngine();
     void installProxy();
+    void onServiceReachable();
+    void startWebEngine();
     void createProfile();
     void createPage();
     void createView();
     void watchView();
     void createDeveloperTools();
     void createTransaction();
+    void showFitted();
     void giveUpLoading();
     void onTitleChanged(const QString& title);
 
     // Destroyed from the last to the first: the profile outlives its page, the proxy both.
     std::optional<ApplicationProxy> m_proxy;
+    std::unique_ptr<ContactNotice> m_notice;
+    std::optional<DeviceRevocation> m_revocation;
     std::optional<CookieFlush> m_cookieFlush;
+    std::unique_ptr<QWebEngineProfile> m_warmUp; ///< starts the engine before it is needed
     std::unique_ptr<BrowserInterceptor> m_interceptor;
     std::unique_ptr<QWebEngineProfile> m_profile;
     std::unique_ptr<SignInPage> m_page;
@@ -75,6 +83,7 @@ private:
     std::unique_ptr<QWebEngineView> m_view;
     std::unique_ptr<WindowFitter> m_fitter;
     std::unique_ptr<PageLoader> m_loader;
+    bool m_pageUsable = false; ///< a page has been there that the window can be fitted to
 };
 
 } // namespace korvex

@@ -3,6 +3,10 @@
 #include "core/log.h"
 #include "rest/service_settings.h"
 
+#include <QApplication>
+#include <QPointer>
+#include <QWebEngineHistory>
+#include <QWebEngineScript>
 #include <QWebEngineView>
 #include <chrono>
 
@@ -10,72 +14,177 @@ namespace korvex {
 
 namespace {
 
-constexpr std::chrono::milliseconds kRetryDelay{500};
+using namespace std::chrono_literals;
+
+constexpr auto kRetryPause = 500ms;
+constexpr auto kLookPause = 50ms;
+constexpr auto kAnswerWait = 2s; // a page whose script never yields does not answer
+
+constexpr char kIsUsable[] = R"(
+(function() {
+  const panels = document.querySelectorAll(".panel");
+  return document.readyState !== "loading" && panels.length === 1
+      && panels[0].offsetWidth > 0 && panels[0].offsetHeight > 0;
+})();
+)";
+
+/// Whether the page waits for the user, who answers a box of its script.
+bool boxIsOpen()
+{
+    return QApplication::activeModalWidget() != nullptr;
+}
 
 } // namespace
 
 PageLoader::PageLoader(QWebEngineView& view)
     : m_view(view)
 {
-    m_stallTimer.setSingleShot(true);
-    m_stallTimer.setInterval(requestTimeout());
-    connect(&m_stallTimer, &QTimer::timeout, this, &PageLoader::onStalled);
-    connect(&m_view, &QWebEngineView::loadProgress, this, [this] {
-        if (m_firstLoadPending)
-            m_stallTimer.start();
-    });
+    for (QTimer* const timer : {&m_stall, &m_answerWait, &m_panelWait, &m_nextLook, &m_retryPause})
+        timer->setSingleShot(true);
+    m_stall.setInterval(requestTimeout());
+    m_answerWait.setInterval(kAnswerWait);
+    m_panelWait.setInterval(requestTimeout());
+    m_nextLook.setInterval(kLookPause);
+    m_retryPause.setInterval(kRetryPause);
+    connect(&m_stall, &QTimer::timeout, this, &PageLoader::onStalled);
+    connect(&m_answerWait, &QTimer::timeout, this, &PageLoader::retry);
+    connect(&m_panelWait, &QTimer::timeout, this, &PageLoader::onNoPanel);
+    connect(&m_nextLook, &QTimer::timeout, this, &PageLoader::lookForPanel);
+    connect(&m_retryPause, &QTimer::timeout, this, &PageLoader::reload);
+    connect(&m_view, &QWebEngineView::loadStarted, this, &PageLoader::onLoadStarted);
     connect(&m_view, &QWebEngineView::loadFinished, this, &PageLoader::onLoadFinished);
+    connect(&m_view, &QWebEngineView::loadProgress, this, [this] {
+        if (m_stall.isActive())
+            m_stall.start();
+    });
+    connect(m_view.page(), &QWebEnginePage::renderProcessTerminated, this,
+            &PageLoader::onProcessEnded);
 }
 
 void PageLoader::load(const QUrl& url)
 {
-    m_stallTimer.start();
+    m_stall.start();
     m_view.setUrl(url);
 }
 
 void PageLoader::finish()
 {
-    m_firstLoadPending = false;
-    m_stallTimer.stop();
+    m_over = true;
+    stopTimers();
+}
+
+void PageLoader::onLoadStarted()
+{
+    m_loading = true;
+    if (m_over || !m_pending || m_retryPause.isActive())
+        return;
+    stopTimers();
+    m_stall.start();
 }
 
 void PageLoader::onLoadFinished(bool success)
 {
-    if (success) {
-        finish();
-        emit finished(true);
-    } else if (m_firstLoadPending) {
-        retry();
+    m_loading = false;
+    if (!m_pending || m_over) {
+        if (success)
+            emit finished(true);
+        return;
     }
+    // The end of a load that was given up tells nothing new.
+    if (!success && m_retryPause.isActive())
+        return;
+    stopTimers();
+    if (!success) {
+        retry();
+        return;
+    }
+    m_panelWait.start();
+    lookForPanel();
 }
 
 void PageLoader::onStalled()
 {
-    // A load that is stopped reports that it failed; a page whose script never yields does not.
-    if (m_stopRequested) {
+    if (boxIsOpen()) {
+        m_stall.start();
+        return;
+    }
+    // Without a first document there is nothing to ask, and a script would make the engine forget
+    // the address that it is about to load.
+    if (m_view.history()->count() == 0) {
         retry();
         return;
     }
-    m_stopRequested = true;
-    m_stallTimer.start();
-    m_view.stop();
+    m_answerWait.start();
+    lookForPanel();
+}
+
+void PageLoader::onNoPanel()
+{
+    if (boxIsOpen())
+        m_panelWait.start();
+    else
+        retry();
+}
+
+void PageLoader::onProcessEnded(QWebEnginePage::RenderProcessTerminationStatus status)
+{
+    if (m_over || status == QWebEnginePage::NormalTerminationStatus)
+        return;
+    m_loading = false;
+    m_pending = true;
+    if (!m_retryPause.isActive())
+        retry();
+}
+
+void PageLoader::lookForPanel()
+{
+    // A page that is destroyed answers its pending scripts with nothing.
+    const auto answered = [guard = QPointer(this)](const QVariant& usable) {
+        if (!guard || !guard->m_pending || guard->m_over)
+            return;
+        if (usable.toBool())
+            guard->onUsable();
+        else if (guard->m_answerWait.isActive())
+            guard->retry();
+        else if (guard->m_panelWait.isActive())
+            guard->m_nextLook.start();
+    };
+    m_view.page()->runJavaScript(QString::fromLatin1(kIsUsable), QWebEngineScript::ApplicationWorld,
+                                 answered);
+}
+
+void PageLoader::onUsable()
+{
+    stopTimers();
+    m_pending = false;
+    emit finished(true);
 }
 
 void PageLoader::retry()
 {
-    m_stallTimer.stop();
-    m_stopRequested = false;
+    stopTimers();
     if (m_retriesLeft-- <= 0) {
+        m_over = true;
         emit finished(false);
         return;
     }
     logger().logWarning(0, QStringLiteral("Failed to load view: ") + m_view.url().toString());
-    QTimer::singleShot(kRetryDelay, this, [this] {
-        if (!m_firstLoadPending)
-            return;
-        m_stallTimer.start();
+    m_retryPause.start();
+    m_view.stop();
+}
+
+void PageLoader::reload()
+{
+    m_stall.start();
+    // A script of the page may have led on meanwhile.
+    if (!m_loading)
         m_view.reload();
-    });
+}
+
+void PageLoader::stopTimers()
+{
+    for (QTimer* const timer : {&m_stall, &m_answerWait, &m_panelWait, &m_nextLook, &m_retryPause})
+        timer->stop();
 }
 
 } // namespace korvex

@@ -1,14 +1,32 @@
 #include "web/sign_in_page.h"
 
 #include "core/log.h"
+#include "web/page_dialog.h"
 
 #include <QWebEngineCertificateError>
+#include <QWebEngineScript>
+#include <QWebEngineScriptCollection>
 
 namespace korvex {
 
+namespace {
+
+/// The first listener of a page: nothing that the page registers can ask the user to stay on it.
+constexpr char kNoUnloadQuestion[] =
+    "window.addEventListener('beforeunload', event => event.stopImmediatePropagation(), true);";
+
+} // namespace
+
 SignInPage::SignInPage(QWebEngineProfile& profile)
     : QWebEnginePage(&profile)
-{}
+{
+    QWebEngineScript script;
+    script.setSourceCode(QString::fromLatin1(kNoUnloadQuestion));
+    script.setInjectionPoint(QWebEngineScript::DocumentCreation);
+    script.setWorldId(QWebEngineScript::MainWorld);
+    script.setRunsOnSubFrames(true);
+    scripts().insert(script);
+}
 
 bool SignInPage::acceptNavigationRequest(const QUrl& url, NavigationType, bool isMainFrame)
 {
@@ -43,18 +61,22 @@ QWebEnginePage* SignInPage::createWindow(WebWindowType)
 void SignInPage::javaScriptAlert(const QUrl&, const QString& message)
 {
     logger().log(3, QStringLiteral("Web alert: ") + message);
+    PageDialog::alert(view(), message);
 }
 
 bool SignInPage::javaScriptConfirm(const QUrl&, const QString& message)
 {
-    logger().log(3, QStringLiteral("Web question refused: ") + message);
-    return false;
+    logger().log(3, QStringLiteral("Web question: ") + message);
+    return PageDialog::confirm(view(), message);
 }
 
-bool SignInPage::javaScriptPrompt(const QUrl&, const QString& message, const QString&, QString*)
+bool SignInPage::javaScriptPrompt(const QUrl&, const QString& message, const QString& proposal,
+                                  QString* answer)
 {
-    logger().log(3, QStringLiteral("Web question refused: ") + message);
-    return false;
+    logger().log(3, QStringLiteral("Web question: ") + message);
+    const auto typed = PageDialog::prompt(view(), message, proposal);
+    *answer = typed.value_or(QString());
+    return typed.has_value();
 }
 
 void SignInPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString& message,

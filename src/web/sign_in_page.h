@@ -5,8 +5,8 @@
 namespace korvex {
 
 /// The page of the service, restricted to what a logon desktop may offer: certificate errors are
-/// refused, no dialog or second window opens, and the page stays on web addresses. (The profile
-/// refuses downloads.)
+/// refused, no second window and no file dialog opens, no page asks whether it may be left, and the
+/// page stays on web addresses. (The profile refuses downloads.)
 class SignInPage : public QWebEnginePage
 {
     Q_OBJECT
@@ -23,8 +23,8 @@ protected:
     QWebEnginePage* createWindow(WebWindowType type) override;
     void javaScriptAlert(const QUrl& origin, const QString& message) override;
     bool javaScriptConfirm(const QUrl& origin, const QString& message) override;
-    bool javaScriptPrompt(const QUrl& origin, const QString& message, const QString& defaultValue,
-                          QString* result) override;
+    bool javaScriptPrompt(const QUrl& origin, const QString& message, const QString& proposal,
+                          QString* answer) override;
     void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel level, const QString& message,
                                   int lineNumber, const QString& sourceId) override;
 };

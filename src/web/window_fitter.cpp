@@ -51,8 +51,10 @@ void WindowFitter::fit()
 {
     // A page that is destroyed answers its pending scripts with nothing.
     const auto answered = [guard = QPointer(this)](const QVariant& answer) {
-        if (guard)
-            guard->fitToAnswer(answer);
+        if (!guard)
+            return;
+        guard->fitToAnswer(answer);
+        emit guard->fitted();
     };
     // In a script world of its own, which the page's scripts cannot change.
     m_view.page()->runJavaScript(QString::fromLatin1(kScript), QWebEngineScript::ApplicationWorld,

@@ -25,6 +25,10 @@ public:
     /// Calls fit() a moment later; once for all calls until then.
     void scheduleFit();
 
+signals:
+    /// The answer to a fit() has been used as far as it can be.
+    void fitted();
+
 private:
     void fitToAnswer(const QVariant& answer);
     void resizeWindow(const QSize& size);

@@ -98,7 +98,7 @@ void TestRememberDevice::revocation()
         for (const char* const file : {"Cookies-journal", "Visited Links"})
             QVERIFY(test::writeFile(storage.filePath(file), ""));
 
-        revokeRememberedDevice(policy, m_services);
+        DeviceRevocation(policy, m_services).finish();
         QCOMPARE(key.readString(name).value_or(""), storedAfter);
         QVERIFY(!dataKey().readString(name)); // where an empty SID would lead
         QVERIFY(storage.exists("Visited Links"));

@@ -20,10 +20,7 @@ private slots:
 
 void TestWindowFitting::fit()
 {
-    const QStringList zero{kChanged + "width: 0 height: 10"};
     const QStringList adjusted{"Window resolution ratio adjusted from 2, to 1.875"};
-    const QStringList failed{
-        "[Warning] Can't resize window, loading dimensions from javascript failed"};
     for (const auto& [script, scale, window, lines] :
          {std::tuple("", "1", QRect(490, 255, 300, 210),
                      QStringList{"Web HTML panel window height: 200 width: 300",
@@ -31,21 +28,16 @@ void TestWindowFitting::fit()
                                  "Skipping window resize, window already resized"}),
           // Taller than the screen.
           {"panel.style.cssText = 'width: 400px; height: 590px'", "2", QRect(426, 40, 426, 640),
-           adjusted},
-          {"panel.remove()", "1", QRect(), zero},
-          {"document.body.append(panel.cloneNode())", "1", QRect(), zero},
-          {"document.body.remove()", "1", QRect(0, 0, 1280, 720), failed}}) {
+           adjusted}}) {
         SignInRig rig;
         rig.environment.insert("QT_SCALE_FACTOR", scale);
-        // A window of no width shows nothing to close, and so the page ends the sign-in.
-        const QString end = window.isNull() ? ";setTimeout(() => { SUBMIT }, 1000)" : "";
-        rig.showScript("const panel = document.querySelector('.panel');" + (script + end));
+        rig.showScript("const panel = document.querySelector('.panel');" + QString(script));
         const Outcome outcome = rig.signIn("alice", [&] {
             return rig.display().topWindowGeometry() == window &&
                    !rig.root().logMessages().filter(lines.last()).isEmpty() &&
                    rig.display().closeTopWindow();
         });
-        QVERIFY2(outcome.endedWithoutVerdict() != window.isNull(), script); // closed at this place
+        QVERIFY2(outcome.endedWithoutVerdict(), script); // closed at this place
         for (const QString& line : lines)
             QVERIFY2(!outcome.log.filter(line).isEmpty(), qPrintable(line));
     }
