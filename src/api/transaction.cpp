@@ -57,11 +57,10 @@ void keepNewSecret(const QString& sealed)
 /// What the next sign-in needs if the service cannot be reached then.
 void prepareOfflineMode()
 {
-    if (!readBool(Setting::OfflineAuth))
-        return;
+    // Also without OfflineAuth, which may be switched on before the next sign-in.
     otp::noteOnlineSignIn(*userRegistryData(), QDateTime::currentSecsSinceEpoch());
     // Made here already, so that the help desk can collect it before it is needed.
-    if (readString(Setting::RecoveryCode).isEmpty())
+    if (readBool(Setting::OfflineAuth) && readString(Setting::RecoveryCode).isEmpty())
         RecoveryCodeController().regenCode();
 }
 

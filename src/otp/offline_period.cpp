@@ -36,10 +36,9 @@ std::optional<int> offlineDaysLeft(const UserRegistryData& data, qint64 now)
         return std::nullopt;
     const auto accepted = data.key() ? data.key()->readNumber64(acceptedName()) : std::nullopt;
     const auto seen = data.key() ? data.key()->readNumber64(seenName()) : std::nullopt;
-    if (!accepted || !seen || now < *accepted || now < *seen)
+    if (!accepted || !seen || *accepted < 0 || now < *accepted || now < *seen)
         return 0;
     data.key()->writeNumber64(seenName(), now);
-    // From here on both differences are small enough not to overflow.
     const qint64 passed = (now - *accepted) / kDay;
     return static_cast<int>(passed >= limit ? 0 : limit - passed);
 }
