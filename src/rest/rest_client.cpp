@@ -27,6 +27,14 @@ struct DeleteLater
 };
 using Reply = std::unique_ptr<QNetworkReply, DeleteLater>;
 
+class SystemProxies : public QNetworkProxyFactory
+{
+    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery& query) override
+    {
+        return systemProxyForQuery(query);
+    }
+};
+
 int httpStatus(const QNetworkReply& reply)
 {
     return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
@@ -98,7 +106,7 @@ Result<QByteArray> KorvexRestAPIClient::get(const QString& absoluteUrl, qint64 m
     }
     KorvexRestAPIClient client;
     if (route == Route::Direct)
-        client.m_manager->setProxy(QNetworkProxy::NoProxy);
+        client.m_manager->setProxyFactory(new SystemProxies); // owned by the manager
     return client.fetch(url, maxAnswerSize);
 }
 
