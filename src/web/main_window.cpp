@@ -47,6 +47,8 @@ MainWindow::~MainWindow()
 {
     // Before the wait for the cookies.
     hide();
+    if (m_notice)
+        m_notice->hide();
     // The view is owned here; the window must not delete it as its central widget too.
     if (m_view)
         takeCentralWidget();
@@ -223,6 +225,7 @@ void MainWindow::loadFinished(bool success)
 
 void MainWindow::showFitted()
 {
+    m_loader->pageShown();
     if (!testAttribute(Qt::WA_DontShowOnScreen))
         return;
     hide();
@@ -253,6 +256,8 @@ void MainWindow::onTitleChanged(const QString& title)
     logger().log(1, QStringLiteral("Transaction token received"));
     // From here on the page's load cannot decide the sign-in.
     m_loader->finish();
+    // A box would hold the verdict back until somebody closes it.
+    m_page->refuseBoxes();
     // A title that is not JSON gives an empty token. The service judges it.
     const QJsonDocument message = QJsonDocument::fromJson(title.toUtf8());
     m_transaction->credentials(message[QLatin1String("token")].toString());

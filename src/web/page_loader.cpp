@@ -8,6 +8,7 @@
 #include <QWebEngineHistory>
 #include <QWebEngineScript>
 #include <QWebEngineView>
+#include <algorithm>
 #include <chrono>
 
 namespace korvex {
@@ -18,6 +19,7 @@ using namespace std::chrono_literals;
 
 constexpr auto kRetryPause = 500ms;
 constexpr auto kLookPause = 50ms;
+constexpr auto kLookAgain = 1s;  // a document that is replaced meanwhile may not answer
 constexpr auto kAnswerWait = 2s; // a page whose script never yields does not answer
 
 constexpr char kIsUsable[] = R"(
@@ -42,15 +44,15 @@ PageLoader::PageLoader(QWebEngineView& view)
     for (QTimer* const timer : {&m_stall, &m_answerWait, &m_panelWait, &m_nextLook, &m_retryPause})
         timer->setSingleShot(true);
     m_stall.setInterval(requestTimeout());
-    m_answerWait.setInterval(kAnswerWait);
+    m_answerWait.setInterval(std::min<std::chrono::milliseconds>(
+        kAnswerWait, std::chrono::milliseconds(requestTimeout())));
     m_panelWait.setInterval(requestTimeout());
-    m_nextLook.setInterval(kLookPause);
     m_retryPause.setInterval(kRetryPause);
     connect(&m_stall, &QTimer::timeout, this, &PageLoader::onStalled);
-    connect(&m_answerWait, &QTimer::timeout, this, &PageLoader::retry);
-    connect(&m_panelWait, &QTimer::timeout, this, &PageLoader::onNoPanel);
+    for (QTimer* const timer : {&m_answerWait, &m_panelWait})
+        connect(timer, &QTimer::timeout, this, [this, timer] { onWaited(*timer); });
     connect(&m_nextLook, &QTimer::timeout, this, &PageLoader::lookForPanel);
-    connect(&m_retryPause, &QTimer::timeout, this, &PageLoader::reload);
+    connect(&m_retryPause, &QTimer::timeout, this, &PageLoader::tryAgain);
     connect(&m_view, &QWebEngineView::loadStarted, this, &PageLoader::onLoadStarted);
     connect(&m_view, &QWebEngineView::loadFinished, this, &PageLoader::onLoadFinished);
     connect(&m_view, &QWebEngineView::loadProgress, this, [this] {
@@ -67,6 +69,12 @@ void PageLoader::load(const QUrl& url)
     m_view.setUrl(url);
 }
 
+void PageLoader::pageShown()
+{
+    stopTimers();
+    m_pending = false;
+}
+
 void PageLoader::finish()
 {
     m_over = true;
@@ -78,27 +86,33 @@ void PageLoader::onLoadStarted()
     m_loading = true;
     if (m_over || !m_pending || m_retryPause.isActive())
         return;
-    stopTimers();
+    // Not the wait for the panel: a page that loads itself again and again has to end, too.
+    for (QTimer* const timer : {&m_stall, &m_answerWait, &m_nextLook})
+        timer->stop();
     m_stall.start();
 }
 
 void PageLoader::onLoadFinished(bool success)
 {
     m_loading = false;
-    if (!m_pending || m_over) {
+    if (m_over)
+        return;
+    if (!m_pending) {
         if (success)
             emit finished(true);
         return;
     }
-    // The end of a load that was given up tells nothing new.
-    if (!success && m_retryPause.isActive())
-        return;
-    stopTimers();
+    m_stall.stop();
+    m_answerWait.stop();
     if (!success) {
-        retry();
+        // The end of a load that was given up tells nothing new.
+        if (!m_retryPause.isActive())
+            retry();
         return;
     }
-    m_panelWait.start();
+    m_retryPause.stop();
+    if (!m_panelWait.isActive())
+        m_panelWait.start();
     lookForPanel();
 }
 
@@ -111,26 +125,26 @@ void PageLoader::onStalled()
     // Without a first document there is nothing to ask, and a script would make the engine forget
     // the address that it is about to load.
     if (m_view.history()->count() == 0) {
-        retry();
+        giveUp();
         return;
     }
     m_answerWait.start();
     lookForPanel();
 }
 
-void PageLoader::onNoPanel()
+void PageLoader::onWaited(QTimer& timer)
 {
     if (boxIsOpen())
-        m_panelWait.start();
+        timer.start();
     else
-        retry();
+        giveUp();
 }
 
-void PageLoader::onProcessEnded(QWebEnginePage::RenderProcessTerminationStatus status)
+void PageLoader::onProcessEnded()
 {
-    if (m_over || status == QWebEnginePage::NormalTerminationStatus)
-        return;
     m_loading = false;
+    if (m_over)
+        return;
     m_pending = true;
     if (!m_retryPause.isActive())
         retry();
@@ -145,10 +159,12 @@ void PageLoader::lookForPanel()
         if (usable.toBool())
             guard->onUsable();
         else if (guard->m_answerWait.isActive())
-            guard->retry();
+            guard->giveUp();
         else if (guard->m_panelWait.isActive())
-            guard->m_nextLook.start();
+            guard->m_nextLook.start(kLookPause);
     };
+    if (m_panelWait.isActive())
+        m_nextLook.start(kLookAgain);
     m_view.page()->runJavaScript(QString::fromLatin1(kIsUsable), QWebEngineScript::ApplicationWorld,
                                  answered);
 }
@@ -156,29 +172,38 @@ void PageLoader::lookForPanel()
 void PageLoader::onUsable()
 {
     stopTimers();
-    m_pending = false;
+    m_panelWait.start();
     emit finished(true);
+}
+
+void PageLoader::giveUp()
+{
+    retry();
+    m_loading = false;
+    m_view.stop();
 }
 
 void PageLoader::retry()
 {
     stopTimers();
+    m_retryPause.start();
+}
+
+void PageLoader::tryAgain()
+{
+    // The page may have led on: another load takes the place of the one that failed.
+    if (m_loading) {
+        m_stall.start();
+        return;
+    }
     if (m_retriesLeft-- <= 0) {
         m_over = true;
         emit finished(false);
         return;
     }
     logger().logWarning(0, QStringLiteral("Failed to load view: ") + m_view.url().toString());
-    m_retryPause.start();
-    m_view.stop();
-}
-
-void PageLoader::reload()
-{
     m_stall.start();
-    // A script of the page may have led on meanwhile.
-    if (!m_loading)
-        m_view.reload();
+    m_view.reload();
 }
 
 void PageLoader::stopTimers()

@@ -25,6 +25,10 @@ public:
 
     void load(const QUrl& url);
 
+    /// The page that finished() told of is shown. Until then it is watched like one without a
+    /// panel.
+    void pageShown();
+
     /// Tries no more, whatever happens to the page.
     void finish();
 
@@ -37,12 +41,13 @@ private:
     void onLoadStarted();
     void onLoadFinished(bool success);
     void onStalled();
-    void onNoPanel();
-    void onProcessEnded(QWebEnginePage::RenderProcessTerminationStatus status);
+    void onWaited(QTimer& timer);
+    void onProcessEnded();
     void lookForPanel();
     void onUsable();
+    void giveUp();
     void retry();
-    void reload();
+    void tryAgain();
     void stopTimers();
 
     QWebEngineView& m_view;
@@ -52,7 +57,7 @@ private:
     QTimer m_nextLook;   ///< for the panel
     QTimer m_retryPause;
     bool m_loading = false;
-    bool m_pending = true; ///< no usable page is there
+    bool m_pending = true; ///< no usable page is shown
     bool m_over = false;
     int m_retriesLeft = 10;
 };

@@ -61,22 +61,31 @@ QWebEnginePage* SignInPage::createWindow(WebWindowType)
 void SignInPage::javaScriptAlert(const QUrl&, const QString& message)
 {
     logger().log(3, QStringLiteral("Web alert: ") + message);
-    PageDialog::alert(view(), message);
+    if (mayShowBox())
+        PageDialog::alert(view(), message);
 }
 
 bool SignInPage::javaScriptConfirm(const QUrl&, const QString& message)
 {
     logger().log(3, QStringLiteral("Web question: ") + message);
-    return PageDialog::confirm(view(), message);
+    return mayShowBox() && PageDialog::confirm(view(), message);
 }
 
 bool SignInPage::javaScriptPrompt(const QUrl&, const QString& message, const QString& proposal,
                                   QString* answer)
 {
     logger().log(3, QStringLiteral("Web question: ") + message);
-    const auto typed = PageDialog::prompt(view(), message, proposal);
+    const auto typed = mayShowBox() ? PageDialog::prompt(view(), message, proposal) : std::nullopt;
     *answer = typed.value_or(QString());
     return typed.has_value();
+}
+
+bool SignInPage::mayShowBox()
+{
+    if (m_boxesLeft == 0)
+        return false;
+    --m_boxesLeft;
+    return true;
 }
 
 void SignInPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString& message,

@@ -15,6 +15,9 @@ public:
     /// `profile` must outlive the page.
     explicit SignInPage(QWebEngineProfile& profile);
 
+    /// From now on no box of the page's script is shown; its questions are refused.
+    void refuseBoxes() { m_boxesLeft = 0; }
+
 protected:
     bool acceptNavigationRequest(const QUrl& url, NavigationType type, bool isMainFrame) override;
     bool certificateError(const QWebEngineCertificateError& error) override;
@@ -27,6 +30,11 @@ protected:
                           QString* answer) override;
     void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel level, const QString& message,
                                   int lineNumber, const QString& sourceId) override;
+
+private:
+    bool mayShowBox();
+
+    int m_boxesLeft = 20; ///< a page that asks without end could not be closed
 };
 
 } // namespace korvex

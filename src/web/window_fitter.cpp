@@ -53,8 +53,8 @@ void WindowFitter::fit()
     const auto answered = [guard = QPointer(this)](const QVariant& answer) {
         if (!guard)
             return;
-        guard->fitToAnswer(answer);
-        emit guard->fitted();
+        if (guard->fitToAnswer(answer))
+            emit guard->fitted();
     };
     // In a script world of its own, which the page's scripts cannot change.
     m_view.page()->runJavaScript(QString::fromLatin1(kScript), QWebEngineScript::ApplicationWorld,
@@ -72,23 +72,28 @@ void WindowFitter::scheduleFit()
     });
 }
 
-void WindowFitter::fitToAnswer(const QVariant& answer)
+bool WindowFitter::fitToAnswer(const QVariant& answer)
 {
     const auto page = readPageDimensions(answer);
     if (!page) {
         logger().logWarning(
             0, QStringLiteral("Can't resize window, loading dimensions from javascript failed"));
-        return;
+        return false;
     }
     logger().log(3, QStringLiteral("Web HTML panel window height: %1 width: %2")
                         .arg(page->panel.height())
                         .arg(page->panel.width()));
 
+    // A window that nobody has seen waits for a panel.
+    if (page->panel.isEmpty() && m_window.testAttribute(Qt::WA_DontShowOnScreen)) {
+        scheduleFit();
+        return false;
+    }
     const QScreen* const screen = m_window.screen();
     if (!screen) {
         logger().logWarning(
             0, QStringLiteral("Can't adjust window position, screen handle does not exist"));
-        return;
+        return false;
     }
     const WindowFit fit =
         fitWindow(page->panel, screen->availableGeometry().size(), screen->devicePixelRatio());
@@ -99,6 +104,7 @@ void WindowFitter::fitToAnswer(const QVariant& answer)
     m_view.setZoomFactor(std::max(fit.zoom, kSmallestZoom));
     resizeWindow(fit.size);
     centreWindow(*screen);
+    return !page->panel.isEmpty();
 }
 
 void WindowFitter::resizeWindow(const QSize& size)

@@ -26,11 +26,11 @@ public:
     void scheduleFit();
 
 signals:
-    /// The answer to a fit() has been used as far as it can be.
+    /// The window has the size of a panel.
     void fitted();
 
 private:
-    void fitToAnswer(const QVariant& answer);
+    bool fitToAnswer(const QVariant& answer);
     void resizeWindow(const QSize& size);
     void centreWindow(const QScreen& screen);
 

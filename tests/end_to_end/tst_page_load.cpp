@@ -49,6 +49,7 @@ void TestPageLoad::scriptThatNeverYields()
     const Outcome outcome = rig.signIn();
     QCOMPARE(outcome.lastVerdict(), "denied: Application exception");
     QCOMPARE(outcome.exitCode, 1);
+    QCOMPARE(rig.bodiesOf(kPage).size(), 11);
 }
 
 void TestPageLoad::tokenBeforeTheLoadHasFinished()

@@ -56,6 +56,10 @@ void TestPageRecovery::usable_data()
     QTest::newRow("another page before the load has ended")
         << "if (location.search) { setTimeout(() => { SUBMIT }, 500) } else {"
            "  document.write('<img src=/hangs>'); location = location.pathname + '?again'; }";
+    QTest::newRow("two pages before the load has ended")
+        << "if (location.search) { setTimeout(() => { SUBMIT }, 500) } else {"
+           "  setTimeout(() => { location = '/hangs'; }, 0);"
+           "  setTimeout(() => { location = location.pathname + '?again'; }, 100); }";
     QTest::newRow("a question before the page may be left")
         << "addEventListener('beforeunload', e => { e.preventDefault(); e.returnValue = 'stay'; });"
            "document.body.click();"
