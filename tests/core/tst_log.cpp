@@ -81,8 +81,8 @@ void TestLog::verbosity()
             QCOMPARE(log.log(level, "m"), level <= threshold);
             QCOMPARE(log.logWarning(level, "w"), level <= threshold);
         }
-        QVERIFY(log.logError("e") && !log.logRequest("{}"));
-        QCOMPARE(root.takeLog(), expected << "[Error] e");
+        QVERIFY(log.logError(QString("e\n\x7f") + QChar(0x2028) + "e") && !log.logRequest("{}"));
+        QCOMPARE(root.takeLog(), expected << "[Error] e\\u000a\\u007f\\u2028e"); // one line
     }
 }
 

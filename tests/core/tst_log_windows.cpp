@@ -32,7 +32,7 @@ void TestLogWindows::prefix()
     QStringList possible;
     for (int second = 0; second < 10; ++second)
         possible << QStringLiteral(
-                        "[%1 UTC%2%3] [KorvexLogin 5.5.0-67381a3] [%4:%5] first\r\nsecond\r\n")
+                        "[%1 UTC%2%3] [KorvexLogin 5.5.0-67381a3] [%4:%5] first\\u000asecond\r\n")
                         .arg(moment.addSecs(second).toString("yyyy-MM-dd hh:mm:ss"),
                              hours >= 0 ? "+" : "")
                         .arg(hours)
