@@ -17,6 +17,7 @@
 #include <QTimer>
 #include <QTranslator>
 #include <atomic>
+#include <cstdio>
 #include <exception>
 
 namespace korvex {
@@ -74,6 +75,7 @@ void logFault(const std::exception& fault) noexcept
                           QString::fromLocal8Bit(fault.what()));
     } catch (const std::exception&) {
         // For example no memory for a log line. The call denies all the same.
+        std::fputs("korvexLogin: a sign-in failed, and so did its log line\n", stderr);
     }
 }
 
