@@ -10,8 +10,8 @@ namespace korvex {
 
 /// The append-only text log of the library: the administrator's only view of what a sign-in did.
 ///
-/// One message is one line (its control characters are written as \uXXXX), written to the log file
-/// and to the process's standard output:
+/// One message is one line (its control characters are written as \u and four hexadecimal digits),
+/// written to the log file and to the process's standard output:
 /// "[date time offset] [KorvexLogin version] [process:thread] " and the message. Several processes
 /// and threads may write at once. The file has no size limit and is never rotated:
 /// that is left to the administrator.

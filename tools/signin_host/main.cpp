@@ -41,7 +41,7 @@ struct Group
 
 struct Options
 {
-    std::string libraryPath;
+    std::string pathOfLibrary;
     std::vector<Group> groups = {Group{}};
 };
 
@@ -82,7 +82,7 @@ std::optional<Options> parse(const std::vector<std::string>& arguments)
     bool any = false;
     for (size_t i = 0; i < arguments.size(); ++i) {
         if (arguments[i] == "--library" && i + 1 < arguments.size()) {
-            options.libraryPath = arguments[++i];
+            options.pathOfLibrary = arguments[++i];
         } else if (arguments[i] == "--thread") {
             options.groups.push_back({.ownThread = true, .inputs = {}});
         } else if (arguments[i].starts_with("--")) {
@@ -119,7 +119,7 @@ int main(int argc, char** argv)
         std::fputs(kUsage, stderr);
         return kUsageError;
     }
-    const auto execute = korvex::signin_host::loadExecute(options->libraryPath);
+    const auto execute = korvex::signin_host::loadExecute(options->pathOfLibrary);
     if (!execute) {
         std::fprintf(stderr, "korvex-signin-host: %s\n", execute.error().c_str());
         return kUsageError;
