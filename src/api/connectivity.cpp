@@ -25,8 +25,11 @@ bool offlineModeIsPossible()
     wipe(secret);
     if (!exists)
         return false;
-    if (otp::offlineDaysLeft(*userRegistryData(), QDateTime::currentSecsSinceEpoch()) != 0)
+    const qint64 now = QDateTime::currentSecsSinceEpoch();
+    if (otp::offlineDaysLeft(*userRegistryData(), now) != 0) {
+        otp::noteTimeSeen(*userRegistryData(), now);
         return true;
+    }
     logger().logWarning(0, QStringLiteral("Offline mode has ended for this user: no sign-in that "
                                           "the service accepted in the last %1 days")
                                .arg(readNumber(Setting::OfflineMaxDays)));

@@ -38,7 +38,7 @@ QString TotpTextProvider::recoveryCodeHint()
 QString TotpTextProvider::daysLeftText()
 {
     const auto days = otp::offlineDaysLeft(*userRegistryData(), QDateTime::currentSecsSinceEpoch());
-    if (!days || *days > kWarnedDays)
+    if (!days || *days == 0 || *days > kWarnedDays)
         return {};
     return tr("You can sign in offline for %n more day(s). Connect to the internet before that.",
               nullptr, *days);

@@ -23,10 +23,15 @@ QString seenName()
 
 void noteOnlineSignIn(const UserRegistryData& data, qint64 now)
 {
-    if (!data.key())
-        return;
-    data.key()->writeNumber64(acceptedName(), now);
-    data.key()->writeNumber64(seenName(), now);
+    if (data.key())
+        data.key()->writeNumber64(acceptedName(), now);
+    noteTimeSeen(data, now);
+}
+
+void noteTimeSeen(const UserRegistryData& data, qint64 now)
+{
+    if (data.key())
+        data.key()->writeNumber64(seenName(), now);
 }
 
 std::optional<int> offlineDaysLeft(const UserRegistryData& data, qint64 now)
@@ -38,7 +43,6 @@ std::optional<int> offlineDaysLeft(const UserRegistryData& data, qint64 now)
     const auto seen = data.key() ? data.key()->readNumber64(seenName()) : std::nullopt;
     if (!accepted || !seen || *accepted < 0 || now < *accepted || now < *seen)
         return 0;
-    data.key()->writeNumber64(seenName(), now);
     const qint64 passed = (now - *accepted) / kDay;
     return static_cast<int>(passed >= limit ? 0 : limit - passed);
 }

@@ -15,9 +15,12 @@ namespace korvex::otp {
 /// Notes that the service has accepted the user.
 void noteOnlineSignIn(const UserRegistryData& data, qint64 now);
 
+/// Notes how far the time has come. A clock that is behind it later was set back.
+void noteTimeSeen(const UserRegistryData& data, qint64 now);
+
 /// Days that are left, the last one counted whole; 0 when the time is over, when no accepted
-/// sign-in is known, and when the clock is behind a time that was seen before. Nothing without a
-/// limit. Notes the time.
+/// sign-in is known, and when the clock is behind a time that was noted before. Nothing without a
+/// limit.
 std::optional<int> offlineDaysLeft(const UserRegistryData& data, qint64 now);
 
 } // namespace korvex::otp

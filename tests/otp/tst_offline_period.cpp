@@ -62,6 +62,7 @@ void TestOfflinePeriod::clockSetBack()
     noteOnlineSignIn(*userRegistryData(), kStart);
     QCOMPARE(offlineDaysLeft(*userRegistryData(), kStart - 1).value_or(-1), 0);
     QCOMPARE(offlineDaysLeft(*userRegistryData(), kStart + 2 * kDay).value_or(-1), 28);
+    noteTimeSeen(*userRegistryData(), kStart + 2 * kDay);
     QCOMPARE(offlineDaysLeft(*userRegistryData(), kStart + 2 * kDay - 1).value_or(-1), 0);
     noteOnlineSignIn(*userRegistryData(), kStart + kDay);
     QCOMPARE(offlineDaysLeft(*userRegistryData(), kStart + kDay).value_or(-1), 30);
