@@ -15,14 +15,14 @@ constexpr qint64 kMaxEchoSize = qint64{4} * 1024;
 constexpr qint64 kMaxInformationSize = qint64{64} * 1024;
 
 /// The question is how the machine itself is seen, not its proxy.
-Result<QByteArray> askDirectly(const QString& url, qint64 maxAnswerSize)
+Result<QByteArray> askAsMachine(const QString& url, qint64 maxAnswerSize)
 {
-    return KorvexRestAPIClient::get(url, maxAnswerSize, KorvexRestAPIClient::Route::Direct);
+    return KorvexRestAPIClient::get(url, maxAnswerSize, KorvexRestAPIClient::Route::System);
 }
 
 std::optional<QString> askForText(const QString& url)
 {
-    const auto body = askDirectly(url, kMaxEchoSize);
+    const auto body = askAsMachine(url, kMaxEchoSize);
     return body ? std::optional(QString::fromUtf8(*body).trimmed()) : std::nullopt;
 }
 
@@ -57,7 +57,7 @@ QString getPublicAsn(const AddressServices& services)
 {
     // Deliberately also without an address: the service is then asked about an empty one.
     const auto body =
-        askDirectly(services.information.arg(getPublicIp(services)), kMaxInformationSize);
+        askAsMachine(services.information.arg(getPublicIp(services)), kMaxInformationSize);
     if (!body)
         return {};
     const QJsonDocument answer = QJsonDocument::fromJson(*body);

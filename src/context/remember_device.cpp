@@ -73,6 +73,14 @@ public:
         : m_parameter(parameter)
         , m_services(services)
     {}
+    ~LookUp() override { end(); }
+
+    /// Gives up what is not found yet: ends the event loops in which the look-up waits for answers.
+    void end()
+    {
+        quit();
+        wait();
+    }
 
     const QString& valueName() const { return m_parameter.valueName; }
     /// What was found; empty for nothing. Only for a thread that is finished.
@@ -96,14 +104,7 @@ DeviceRevocation::DeviceRevocation(qint32 policy, const AddressServices& service
     m_lookUp->start();
 }
 
-DeviceRevocation::~DeviceRevocation()
-{
-    if (!m_lookUp)
-        return;
-    // Ends the event loops in which the look-up waits for answers.
-    m_lookUp->quit();
-    m_lookUp->wait();
-}
+DeviceRevocation::~DeviceRevocation() = default;
 
 void DeviceRevocation::finish()
 {
@@ -114,8 +115,7 @@ void DeviceRevocation::finish()
     QTimer::singleShot(m_deadline.remainingTime(), &loop, &QEventLoop::quit);
     if (!m_lookUp->isFinished())
         loop.exec();
-    m_lookUp->quit();
-    m_lookUp->wait();
+    m_lookUp->end();
     if (!verdictGiven())
         revoke(m_lookUp->valueName(), m_lookUp->found());
     m_lookUp.reset();

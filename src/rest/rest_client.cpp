@@ -105,7 +105,7 @@ Result<QByteArray> KorvexRestAPIClient::get(const QString& absoluteUrl, qint64 m
         return failure(ErrorCode::TransferFailure);
     }
     KorvexRestAPIClient client;
-    if (route == Route::Direct)
+    if (route == Route::System)
         client.m_manager->setProxyFactory(new SystemProxies); // owned by the manager
     return client.fetch(url, maxAnswerSize);
 }

@@ -37,7 +37,7 @@ public:
     /// How a request leaves the machine.
     enum class Route {
         Configured, ///< by the application's proxy, if one is set
-        Direct,     ///< as the machine itself goes, by the system's proxy if it has one
+        System,     ///< as the machine itself goes, by the system's proxy if it has one
     };
 
     /// An unsigned GET of any web address (http, https), with a separate client. Returns the body,
